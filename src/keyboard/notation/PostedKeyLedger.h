@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+
+namespace varnel {
+
+/// Remembers the key events that the program itself is about to post, so that its own tap lets them through
+/// and never matches them against triggers. The system hands them back in the order of posting and without
+/// any mark of their origin. Any thread.
+class PostedKeyLedger {
+public:
+    /// A key as the system numbers it (an X11 key code, not a macOS one).
+    struct Entry {
+        std::uint8_t key = 0;
+        bool isPress = false;
+        friend bool operator==(const Entry&, const Entry&) = default;
+    };
+
+    /// To be called before the event is handed to the system.
+    void push(Entry entry) {
+        const std::lock_guard lock(mutex_);
+        if (entries_.size() < kMaximum)
+            entries_.push_back(entry);
+    }
+
+    /// Whether `entry` is one of ours; it and everything posted before it is then forgotten (events that no
+    /// tap wanted to see never come back).
+    bool take(Entry entry) {
+        const std::lock_guard lock(mutex_);
+        for (std::size_t i = 0; i < entries_.size(); ++i) {
+            if (entries_[i] == entry) {
+                entries_.erase(entries_.begin(), entries_.begin() + static_cast<std::ptrdiff_t>(i) + 1);
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// How much was ever pushed is not known, only what may still come back.
+    [[nodiscard]] std::size_t size() const {
+        const std::lock_guard lock(mutex_);
+        return entries_.size();
+    }
+
+    /// To be called by whoever posted, once a round trip through the system has shown that all of it was
+    /// handled.
+    void clear() {
+        const std::lock_guard lock(mutex_);
+        entries_.clear();
+    }
+
+private:
+    static constexpr std::size_t kMaximum = 4096;
+    mutable std::mutex mutex_;
+    std::deque<Entry> entries_;
+};
+
+} // namespace varnel
