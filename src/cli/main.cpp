@@ -1,0 +1,10 @@
+#include "cli/CommandLine.h"
+
+#include <csignal>
+
+int main(int argc, char** argv) {
+    // A closed pipe is noticed where it is written to.
+    std::signal(SIGPIPE, SIG_IGN);
+    varnel::Console console;
+    return varnel::runCommandLine({argv, argv + argc}, console);
+}
