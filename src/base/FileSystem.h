@@ -20,12 +20,13 @@ struct FileError {
 /// "Could not <operation> <path>: <system's text>".
 std::string describe(const FileError& error);
 
-/// The system calls that touching files takes, one each, so that a test can fail or end the process at the n-th.
-/// Paths are absolute. Any thread.
+/// The system calls that touching files takes, one each, so that a test can fail or end the process at the
+/// n-th. Paths are absolute. Any thread.
 class FileSystem {
 public:
     virtual ~FileSystem() = default;
-    template <typename T> using Result = std::expected<T, FileError>;
+    template <typename T>
+    using Result = std::expected<T, FileError>;
 
     struct Info {
         enum class Kind { file, folder, link, other } kind = Kind::other;
@@ -40,10 +41,12 @@ public:
     virtual Result<void> makeFolder(const std::string& path) = 0;
     /// A new file (it must not exist) with this content, written and synced to the disk; `mode` is reduced by
     /// the umask. On failure no file is left.
-    virtual Result<void> writeNewFile(const std::string& path, std::string_view content, std::uint32_t mode) = 0;
+    virtual Result<void> writeNewFile(const std::string& path, std::string_view content,
+                                      std::uint32_t mode) = 0;
     virtual Result<void> setMode(const std::string& path, std::uint32_t mode) = 0;
     virtual Result<void> setOwner(const std::string& path, std::uint32_t owner, std::uint32_t group) = 0;
-    virtual Result<void> copyAttributes(const std::string& from, const std::string& to) = 0; ///< extended attributes
+    virtual Result<void> copyAttributes(const std::string& from,
+                                        const std::string& to) = 0; ///< extended attributes
     virtual Result<void> rename(const std::string& from, const std::string& to) = 0;
     virtual Result<void> remove(const std::string& path) = 0;
     virtual Result<void> syncFolder(const std::string& path) = 0;
@@ -51,7 +54,8 @@ public:
 
     /// Conveniences over the calls above.
     bool exists(const std::string& path);
-    Result<void> makeFolders(const std::string& path); ///< with intermediate folders, mode 0755 less the umask
+    Result<void>
+    makeFolders(const std::string& path); ///< with intermediate folders, mode 0755 less the umask
 };
 
 /// The real one.

@@ -16,7 +16,8 @@ public:
     virtual ~PreferenceStore() = default;
     [[nodiscard]] virtual std::optional<JSONValue> value(std::string_view key) const = 0;
     /// Stores or, without a value, removes. On failure (a sentence for the user) nothing changes.
-    virtual std::expected<void, std::string> setValue(std::string_view key, std::optional<JSONValue> value) = 0;
+    virtual std::expected<void, std::string> setValue(std::string_view key,
+                                                      std::optional<JSONValue> value) = 0;
 };
 
 /// A whole number stored under `key`; none when absent or of another kind.
