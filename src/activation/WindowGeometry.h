@@ -1,0 +1,63 @@
+#pragma once
+
+#include <expected>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace varnel {
+
+/// In pixels from the top left of all displays.
+struct Rectangle {
+    int x = 0, y = 0, width = 0, height = 0;
+    friend bool operator==(const Rectangle&, const Rectangle&) = default;
+};
+
+/// Where a window is and may go.
+struct WindowGeometry {
+    Rectangle frame; ///< with its decorations
+    bool isMaximized = false;
+    std::vector<Rectangle>
+        displays; ///< what each display offers to windows (without panels), main display first
+    std::optional<Rectangle> remembered = std::nullopt; ///< the frame before the first arrangement
+};
+
+/// The ways to arrange a window, in the order in which they are offered.
+enum class WindowArrangement {
+    leftHalf,
+    rightHalf,
+    topHalf,
+    bottomHalf,
+    topLeftQuarter,
+    topRightQuarter,
+    bottomLeftQuarter,
+    bottomRightQuarter,
+    leftThird,
+    centerThird,
+    rightThird,
+    leftTwoThirds,
+    rightTwoThirds,
+    center,
+    maximize,
+    restore,
+    nextDisplay,
+};
+/// The word used in configurations: "left-half", "maximize", …
+std::string_view arrangementName(WindowArrangement arrangement);
+std::optional<WindowArrangement> arrangementNamed(std::string_view name);
+const std::vector<WindowArrangement>& allArrangements();
+
+/// What to do to the window.
+struct ArrangementPlan {
+    std::optional<Rectangle> frame; ///< the new frame; absent when only maximisation changes
+    bool maximize = false;
+    std::optional<Rectangle> remember; ///< to be kept for a later restore
+    bool forget = false;               ///< the kept one has served
+    friend bool operator==(const ArrangementPlan&, const ArrangementPlan&) = default;
+};
+/// The error is a sentence for the user, for example when there is only one display.
+std::expected<ArrangementPlan, std::string> planArrangement(WindowArrangement arrangement,
+                                                            const WindowGeometry& geometry);
+
+} // namespace varnel
