@@ -1,0 +1,190 @@
+#include "runtime/ControlServer.h"
+
+#include "base/FileSystem.h"
+#include "base/JSONReader.h"
+#include "base/JSONWriter.h"
+#include "base/PosixFileSystem.h"
+#include "runtime/LocalSocket.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace varnel {
+
+namespace {
+
+constexpr std::size_t kMaximumRequest = 64 * 1024;
+constexpr std::size_t kMaximumClients = 16;
+constexpr Duration kClientPatience = 2s;
+
+ControlServerError unavailable(const std::string& path, int code) {
+    return {ControlServerError::Kind::unavailable, "no control socket: " + path + ": " + std::strerror(code)};
+}
+
+/// The folder of the sockets, for the user alone.
+std::expected<void, ControlServerError> prepareFolder(const std::string& folder) {
+    struct stat info {};
+    if (::stat(folder.c_str(), &info) == 0)
+        return {};
+    PosixFileSystem files;
+    if (auto made = files.makeFolders(parentPath(folder)); !made)
+        return std::unexpected(unavailable(made.error().path, made.error().code));
+    if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST)
+        return std::unexpected(unavailable(folder, errno));
+    return {};
+}
+
+ControlServerError alreadyRunning(int lock, const std::string& display) {
+    char text[32] = {};
+    ssize_t size = ::pread(lock, text, sizeof text - 1, 0);
+    std::string message = "Varnel is already running";
+    if (!display.empty())
+        message += " on display " + display;
+    if (size > 0)
+        message += " (process " + std::to_string(std::strtol(text, nullptr, 10)) + ")";
+    return {ControlServerError::Kind::alreadyRunning, message};
+}
+
+/// The lock of the display, which the system gives back however this process ends.
+std::expected<UniqueFd, ControlServerError> claimDisplay(const RuntimePaths& paths) {
+    std::string path = paths.displayLock();
+    UniqueFd lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!lock)
+        return std::unexpected(unavailable(path, errno));
+    if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
+        return std::unexpected(errno == EWOULDBLOCK ? alreadyRunning(lock.get(), paths.display)
+                                                    : unavailable(path, errno));
+    std::string pid = std::to_string(::getpid()) + "\n";
+    if (::ftruncate(lock.get(), 0) != 0 || ::pwrite(lock.get(), pid.data(), pid.size(), 0) < 0)
+        return std::unexpected(unavailable(path, errno));
+    return lock;
+}
+
+/// A socket at `path`, or nothing when somebody listens there already.
+std::expected<UniqueFd, int> takeOver(const std::string& path) {
+    auto other = LocalSocket::connectTo(path);
+    if (other || other.error() == EAGAIN)
+        return UniqueFd();
+    if (other.error() == ECONNREFUSED)
+        ::unlink(path.c_str());
+    return LocalSocket::listenAt(path);
+}
+
+struct Listener {
+    UniqueFd descriptor;
+    std::string path;
+};
+
+/// The first free one of our two sockets. Applications that start at once take turns.
+std::expected<Listener, ControlServerError> claimSocket(const RuntimePaths& paths) {
+    UniqueFd folder(::open(paths.control.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder || ::flock(folder.get(), LOCK_EX) != 0)
+        return std::unexpected(unavailable(paths.control, errno));
+    for (const std::string& path : {paths.controlSocket(), paths.displayControlSocket()}) {
+        auto taken = takeOver(path);
+        if (!taken)
+            return std::unexpected(unavailable(path, taken.error()));
+        if (*taken)
+            return Listener{std::move(*taken), path};
+    }
+    return std::unexpected(unavailable(paths.displayControlSocket(), EADDRINUSE));
+}
+
+std::string answerTo(const ControlServer::Handler& handler, std::string_view line) {
+    auto request = readJSON(line);
+    if (!request || !request->object())
+        return writeCompactJSON(
+            JSONValue::Object{{"success", false}, {"message", "a JSON object is expected"}});
+    return writeCompactJSON(handler(*request->object()));
+}
+
+} // namespace
+
+std::expected<std::unique_ptr<ControlServer>, ControlServerError>
+ControlServer::open(EventLoop& loop, const RuntimePaths& paths, Handler handler) {
+    if (auto prepared = prepareFolder(paths.control); !prepared)
+        return std::unexpected(prepared.error());
+    auto lock = claimDisplay(paths);
+    if (!lock)
+        return std::unexpected(lock.error());
+    auto listener = claimSocket(paths);
+    if (!listener)
+        return std::unexpected(listener.error());
+    return std::unique_ptr<ControlServer>(new ControlServer(loop, std::move(handler), std::move(*lock),
+                                                            std::move(listener->descriptor), listener->path));
+}
+
+ControlServer::ControlServer(EventLoop& loop, Handler handler, UniqueFd lock, UniqueFd listener,
+                             std::string path)
+    : loop_(loop)
+    , handler_(std::move(handler))
+    , lock_(std::move(lock))
+    , listener_(std::move(listener))
+    , path_(std::move(path)) {
+    listen();
+}
+
+ControlServer::~ControlServer() {
+    ::unlink(path_.c_str());
+}
+
+void ControlServer::listen() {
+    acceptable_ = loop_.watchReadable(listener_.get(), [this] { accept(); });
+}
+
+void ControlServer::accept() {
+    UniqueFd descriptor(::accept(listener_.get(), nullptr, nullptr));
+    if (!descriptor) {
+        if (errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS) {
+            // The connection stays in the queue; asking again at once would spin.
+            acceptable_.reset();
+            retry_ = loop_.after(1s, [this] { listen(); });
+        }
+        return;
+    }
+    ::fcntl(descriptor.get(), F_SETFD, FD_CLOEXEC);
+    ::fcntl(descriptor.get(), F_SETFL, O_NONBLOCK);
+    auto user = LocalSocket::peerUser(descriptor.get());
+    if (user != ::geteuid() || clients_.size() >= kMaximumClients)
+        return;
+    auto client = clients_.emplace(clients_.end());
+    client->descriptor = std::move(descriptor);
+    client->readable = loop_.watchReadable(client->descriptor.get(), [this, client] { receive(client); });
+    client->timeout = loop_.after(kClientPatience, [this, client] { clients_.erase(client); });
+}
+
+void ControlServer::receive(std::list<Client>::iterator client) {
+    char chunk[4096];
+    ssize_t got = ::read(client->descriptor.get(), chunk, sizeof chunk);
+    if (got < 0 && (errno == EAGAIN || errno == EINTR))
+        return;
+    if (got > 0) {
+        client->received.append(chunk, static_cast<std::size_t>(got));
+        std::size_t end = client->received.find('\n');
+        if (end == std::string::npos && client->received.size() <= kMaximumRequest)
+            return;
+        if (end != std::string::npos)
+            answer(*client, answerTo(handler_, std::string_view(client->received).substr(0, end)) + "\n");
+    }
+    clients_.erase(client);
+}
+
+void ControlServer::answer(Client& client, const std::string& line) {
+    // An answer fits into the socket's buffer; a client that left none is not waited for.
+    std::string_view rest = line;
+    while (!rest.empty()) {
+        ssize_t sent = ::write(client.descriptor.get(), rest.data(), rest.size());
+        if (sent < 0 && errno != EINTR)
+            return;
+        rest.remove_prefix(sent > 0 ? static_cast<std::size_t>(sent) : 0);
+    }
+}
+
+} // namespace varnel

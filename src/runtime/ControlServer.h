@@ -1,0 +1,67 @@
+#pragma once
+
+#include "base/EventLoop.h"
+#include "base/JSONValue.h"
+#include "base/UniqueFd.h"
+#include "runtime/RuntimePaths.h"
+
+#include <expected>
+#include <functional>
+#include <list>
+#include <memory>
+#include <string>
+
+namespace varnel {
+
+/// Why there is no control socket.
+struct ControlServerError {
+    enum class Kind {
+        alreadyRunning, ///< another application serves this display
+        unavailable,    ///< the socket cannot be made; the application can do without
+    } kind = Kind::unavailable;
+    std::string message; ///< a sentence for the user
+};
+
+/// The socket through which the command line speaks to the running application: a client sends one line with
+/// a JSON object and gets one line with a JSON object back. Only processes of the same user are served. No
+/// client can hold up the application: sizes, times and the number of connections are limited, and nothing
+/// here waits. Main thread only.
+class ControlServer {
+public:
+    using Handler = std::function<JSONValue::Object(const JSONValue::Object& request)>;
+
+    /// Claims the display, then takes the plain socket, or that of the display when another application has
+    /// the plain one. What a crashed application left behind is replaced. The handler runs inside the loop.
+    static std::expected<std::unique_ptr<ControlServer>, ControlServerError>
+    open(EventLoop& loop, const RuntimePaths& paths, Handler handler);
+    ~ControlServer();
+    ControlServer(const ControlServer&) = delete;
+    ControlServer& operator=(const ControlServer&) = delete;
+
+    [[nodiscard]] const std::string& socketPath() const { return path_; }
+
+private:
+    struct Client {
+        UniqueFd descriptor;
+        std::string received;
+        Subscription readable;
+        Subscription timeout;
+    };
+
+    ControlServer(EventLoop& loop, Handler handler, UniqueFd lock, UniqueFd listener, std::string path);
+    void listen();
+    void accept();
+    void receive(std::list<Client>::iterator client);
+    void answer(Client& client, const std::string& line);
+
+    EventLoop& loop_;
+    Handler handler_;
+    UniqueFd lock_;
+    UniqueFd listener_;
+    std::string path_;
+    std::list<Client> clients_;
+    Subscription acceptable_;
+    Subscription retry_;
+};
+
+} // namespace varnel
