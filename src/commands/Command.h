@@ -13,8 +13,8 @@ namespace varnel {
 class Command {
 public:
     virtual ~Command() = default;
-    /// Runs on the command-execution queue and may block there. Never fails to its caller: every failure becomes
-    /// the message, one line for the user. None means that there is nothing particular to say.
+    /// Runs on the command-execution queue and may block there. Never fails to its caller: every failure
+    /// becomes the message, one line for the user. None means that there is nothing particular to say.
     virtual std::optional<std::string> execute() = 0;
 };
 
@@ -22,8 +22,10 @@ public:
 class PluginCommandMaking {
 public:
     virtual ~PluginCommandMaking() = default;
-    /// The command for an action of a plugin; it reports an unknown or inactive plugin when it runs. Never null.
-    virtual std::unique_ptr<Command> makePluginCommand(const std::string& displayName, const ConfigAction& action,
+    /// The command for an action of a plugin; it reports an unknown or inactive plugin when it runs. Never
+    /// null.
+    virtual std::unique_ptr<Command> makePluginCommand(const std::string& displayName,
+                                                       const ConfigAction& action,
                                                        const std::string& configurationPath,
                                                        const PluginSettings& pluginSettings) = 0;
 };
