@@ -16,27 +16,27 @@ struct KeyboardEvent {
     enum class Type {
         keyDown,
         flagsChanged,
-        /// Something else was done while modifiers are held (a key that went elsewhere, a click, a scroll): they are part of a
-        /// chord from now on. Produces no token and is never swallowed.
+        /// Something else was done while modifiers are held (a key that went elsewhere, a click, a scroll):
+        /// they are part of a chord from now on. Produces no token and is never swallowed.
         modifiersUsed,
     } type = Type::keyDown;
     KeyCode keyCode = 0;
     KeyFlags flags = 0;    ///< after the event for flagsChanged, during it for keyDown
     bool isRepeat = false; ///< keyDown only: an auto-repeat
-    TimePoint time{};      ///< when it happened, on the loop's clock; the tap rules use this and not the clock
+    TimePoint time{}; ///< when it happened, on the loop's clock; the tap rules use this and not the clock
 };
 
 enum class TapVerdict { pass, swallow };
 
-/// Which keys matter to the listener now. A tap that sees every event anyway ignores it; one that must ask the
-/// system for keys beforehand (X11) asks for just these.
+/// Which keys matter to the listener now. A tap that sees every event anyway ignores it; one that must ask
+/// the system for keys beforehand (X11) asks for just these.
 struct KeyInterest {
     enum class Mode {
         watch,   ///< only `tokens` can be swallowed; everything else goes its way untouched
         capture, ///< a sequence is open: every key is offered before any application sees it
     } mode = Mode::watch;
-    /// Live spellings, chords and bare modifiers; shared and never changed once published, so that comparing pointers tells whether
-    /// they changed. Null is none.
+    /// Live spellings, chords and bare modifiers; shared and never changed once published, so that comparing
+    /// pointers tells whether they changed. Null is none.
     std::shared_ptr<const std::vector<std::string>> tokens;
     friend bool operator==(const KeyInterest&, const KeyInterest&) = default;
 };
@@ -47,11 +47,13 @@ public:
     virtual ~KeyboardEventTapSession() = default;
     /// Arms it, or re-arms it after the system disabled it; nothing once invalidated.
     virtual void enable() = 0;
-    /// Closes it for good: nothing stays grabbed, frozen or pressed. Idempotent; may be called from inside the callback.
+    /// Closes it for good: nothing stays grabbed, frozen or pressed. Idempotent; may be called from inside
+    /// the callback.
     virtual void invalidate() = 0;
     /// May be called at any time, also inside the callback (it then takes effect with that event's verdict).
     virtual void setInterest(const KeyInterest& interest) = 0;
-    /// One line for the status: empty when all is well, else what is in the way ("another program holds the keyboard").
+    /// One line for the status: empty when all is well, else what is in the way ("another program holds the
+    /// keyboard").
     [[nodiscard]] virtual std::string trouble() const { return {}; }
 };
 

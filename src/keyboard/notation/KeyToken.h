@@ -20,7 +20,7 @@ using KeyCode = std::uint16_t;
 
 /// One chord, parsed: a key with zero or more modifiers.
 struct ParsedKeyToken {
-    std::string key;             ///< a name of the key table or `keycode<N>`
+    std::string key; ///< a name of the key table or `keycode<N>`
     KeyCode keyCode = 0;
     KeyFlags flags = 0;          ///< only the four modifier bits
     std::string normalizedToken; ///< modifiers in the order cmd, ctrl, alt, shift, then the key

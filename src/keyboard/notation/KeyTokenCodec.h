@@ -15,8 +15,8 @@ namespace KeyTokenCodec {
 /// Nothing for an empty token, an unknown key or modifier, a malformed `keycode` number, more than one key or
 /// none at all.
 std::optional<ParsedKeyToken> parse(std::string_view token);
-/// Why `token` does not parse, as a sentence for the user ("unknown key 'foo'; did you mean 'f1'?"); modifier-only tokens and
-/// parsable ones give an empty text.
+/// Why `token` does not parse, as a sentence for the user ("unknown key 'foo'; did you mean 'f1'?");
+/// modifier-only tokens and parsable ones give an empty text.
 std::string explain(std::string_view token);
 std::optional<std::string> normalize(std::string_view token);
 /// The normalized token of a key with modifiers.
@@ -27,8 +27,8 @@ bool hasModifier(std::string_view modifierName, KeyFlags flags);
 bool isModifierOnly(std::string_view token);
 /// The key's name; "return" for 36, `keycode<N>` where the table has none.
 std::string keyName(KeyCode code);
-/// What a keyboard produces for this token: the name looked up by key code, with its modifiers. A token that does
-/// not parse keeps its trimmed lower-case text.
+/// What a keyboard produces for this token: the name looked up by key code, with its modifiers. A token that
+/// does not parse keeps its trimmed lower-case text.
 std::string liveSpelling(std::string_view token);
 std::vector<std::string> liveSpelling(const std::vector<std::string>& tokens);
 

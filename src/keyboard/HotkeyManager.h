@@ -1,0 +1,147 @@
+#pragma once
+
+#include "base/EventLoop.h"
+#include "commands/CommandExecutor.h"
+#include "keyboard/DynamicChoices.h"
+#include "keyboard/HintState.h"
+#include "keyboard/HotkeyLookupIndex.h"
+#include "keyboard/KeyboardMonitoring.h"
+#include "keyboard/SequenceMachine.h"
+#include "keyboard/TimingPreferences.h"
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace varnel {
+
+/// What the engine needs of the world. Everything referred to must outlive the manager; functions may be
+/// empty where it says so.
+struct HotkeyManagerDependencies {
+    EventLoop& loop;
+    KeyboardMonitorCreating& keyboardMonitorFactory;
+    SequenceTimings timings;
+    CommandExecuting& commandExecutor;
+    /// What commands are told of the configuration, asked when one is made.
+    std::function<std::string()> currentConfigPath;
+    std::function<const PluginSettings&()> pluginSettings;
+    /// Whether the keyboard may be captured at all.
+    std::function<bool()> isAccessibilityTrusted;
+    std::function<void(std::string_view line)> writeDiagnostic; ///< may be empty
+    /// Whether the application at a path runs, for hint rows; may be empty.
+    std::function<bool(const std::string& applicationPath)> applicationStatusResolver;
+    const DynamicChoiceRegistry* dynamicChoiceRegistry = nullptr; ///< may be null
+    /// Monitors keys while our own windows have the focus and the global monitor is off; may be null.
+    KeyboardMonitorCreating* localMonitorFactory = nullptr;
+};
+
+/// The heart: receives every token, keeps the interaction, decides what is swallowed, runs what was completed
+/// and publishes what the user interface shows. Main thread only; commands run on their queue and come back
+/// through the loop.
+class HotkeyManager {
+public:
+    explicit HotkeyManager(HotkeyManagerDependencies dependencies);
+    ~HotkeyManager();
+    HotkeyManager(const HotkeyManager&) = delete;
+    HotkeyManager& operator=(const HotkeyManager&) = delete;
+
+    /// False when the keyboard can't be captured. Writes one diagnostic line.
+    bool startGlobalMonitoring();
+    void stopGlobalMonitoring();
+    bool startLocalMonitoring();
+    void stopLocalMonitoring();
+
+    /// Keys pass untouched while any reason is in force. An open interaction ends.
+    void suspend(const std::string& reason);
+    void resume(const std::string& reason);
+    [[nodiscard]] bool isSuspended() const { return !suspensionReasons_.empty(); }
+    [[nodiscard]] const std::set<std::string>& suspensionReasons() const { return suspensionReasons_; }
+
+    /// Replaces the items; an open interaction ends. Null counts as none.
+    void updateConfiguration(ConfigItems items);
+    [[nodiscard]] const ConfigItems& rootItems() const { return rootItems_; }
+    [[nodiscard]] const HotkeyLookupIndex& hotkeyIndex() const { return machine_.index(); }
+
+    /// The token handler: true swallows. `time` is the event's.
+    bool handle(const std::string& token, TimePoint time);
+    /// Ends any interaction.
+    void reset(std::string_view reason);
+    /// Runs the action with this trigger as if it had been typed; false when no action has it.
+    bool trigger(const std::vector<std::string>& tokens);
+
+    // Published state. Observers are called from the loop, once however often something changed in a turn.
+
+    /// Built when asked for; nothing is built while nobody asks.
+    [[nodiscard]] HintState hintState() const;
+    [[nodiscard]] Interaction interaction() const { return machine_.interaction(); }
+    [[nodiscard]] std::vector<std::string> currentSequence() const { return machine_.sequence(); }
+    [[nodiscard]] std::vector<std::string> hintOptions() const { return machine_.hintOptions(); }
+    [[nodiscard]] std::vector<HintRow> hintOptionsWithNames() const { return hintState().rows; }
+    [[nodiscard]] const std::string& statusMessage() const { return statusMessage_; }
+    [[nodiscard]] const std::string& lastTriggerInfo() const { return lastTriggerInfo_; }
+    [[nodiscard]] const std::string& lastPressedKey() const { return lastPressedKey_; }
+    /// The last 32 tokens of shortcuts and open sequences, oldest first; plain typing is never kept.
+    [[nodiscard]] std::vector<std::string> debugTokens() const;
+    [[nodiscard]] bool isGlobalOn() const { return isGlobalOn_; }
+    [[nodiscard]] bool isLocalOn() const { return isLocalOn_; }
+    [[nodiscard]] bool axTrusted() const { return axTrusted_; }
+    /// "active local:on global:on AX:granted"
+    [[nodiscard]] std::string statusLine() const;
+    /// What is in the way of the running monitor; empty when nothing is.
+    [[nodiscard]] std::string trouble() const;
+    [[nodiscard]] std::optional<TimePoint> nextDeadline() const { return machine_.nextDeadline(); }
+
+    enum class Topic {
+        hints,  ///< interaction, sequence or rows
+        status, ///< status message, monitoring, suspension, last trigger, items
+    };
+    [[nodiscard]] Subscription observe(Topic topic, std::function<void()> observer);
+
+private:
+    struct Observers;
+
+    void apply(SequenceStep step, TimePoint now);
+    void resolveChoices(const ConfigItem& item, TimePoint now);
+    void execute(const ConfigItem& item, const std::optional<DynamicChoice>& choice);
+    void commandFinished(std::optional<std::string> message, const std::string& name);
+    void setStatusMessage(std::string message);
+    void clearTransientStatus();
+    void armTimer();
+    void timerFired();
+    void publishInterest();
+    KeyInterest currentInterest();
+    void recordToken(const std::string& token);
+    void changed(Topic topic);
+    std::vector<HintRow> rowsFor(const SequenceMachine::State& state) const;
+
+    HotkeyManagerDependencies dependencies_;
+    ConfigItems rootItems_;
+    SequenceMachine machine_;
+    std::unique_ptr<KeyboardMonitoring> monitor_;
+    std::unique_ptr<KeyboardMonitoring> localMonitor_;
+    std::set<std::string> suspensionReasons_;
+    bool isGlobalOn_ = false;
+    bool isLocalOn_ = false;
+    bool axTrusted_ = false;
+    std::string statusMessage_;
+    std::string lastTriggerInfo_;
+    std::string lastPressedKey_;
+    std::vector<std::string> debugTokens_; ///< a ring; `debugNext_` is where the next one goes
+    std::size_t debugNext_ = 0;
+    std::optional<TimePoint> timerDeadline_;
+    Subscription timer_;
+    Subscription statusTimer_;
+    Subscription choiceRequest_;
+    KeyInterest publishedInterest_;
+    std::shared_ptr<const std::vector<std::string>> escapeOnly_;
+    std::shared_ptr<const std::vector<std::string>> continuationTokens_;
+    HotkeyLookupIndex::Position continuationOf_;
+    std::shared_ptr<Observers> observers_;
+};
+
+} // namespace varnel

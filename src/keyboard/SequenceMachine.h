@@ -1,0 +1,125 @@
+#pragma once
+
+#include "base/TimePoint.h"
+#include "keyboard/DynamicChoices.h"
+#include "keyboard/HintState.h"
+#include "keyboard/HotkeyLookupIndex.h"
+#include "keyboard/TimingPreferences.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace varnel {
+
+enum class KeyDecision { passThrough, swallow };
+
+/// What a step of the rules asks of the owner.
+struct SequenceStep {
+    KeyDecision decision = KeyDecision::passThrough;
+    bool changed = false; ///< state, sequence or hints differ from before
+
+    enum class Suppression {
+        unchanged,
+        begin, ///< swallow every key for `suppressFor`, or without end
+        end,
+    } suppression = Suppression::unchanged;
+    std::optional<Duration> suppressFor;
+
+    /// The action item to run, with `choice` when the user picked one. Valid as long as the index's items.
+    const ConfigItem* completed = nullptr;
+    std::optional<DynamicChoice> choice;
+    /// The item whose choices are to be looked for; `choicesResolved` brings the answer.
+    const ConfigItem* choicesWanted = nullptr;
+    std::optional<std::string> message; ///< for the status
+};
+
+/// Decides, key by key, whether what is typed belongs to a trigger.
+/// Reads no clock and owns no timer: callers pass the time of each event and call `expire` once
+/// `nextDeadline` has come, before any event of that time. Main thread only.
+class SequenceMachine {
+public:
+    using NeedsChoice = std::function<bool(const ConfigItem&)>;
+
+    /// `needsChoice` tells which items ask the user before they run.
+    explicit SequenceMachine(SequenceTimings timings, NeedsChoice needsChoice = {});
+
+    /// Ends any interaction and goes on with another index.
+    SequenceStep setIndex(HotkeyLookupIndex index);
+    [[nodiscard]] const HotkeyLookupIndex& index() const { return index_; }
+
+    /// Answers before the event's callback returns. Allocates nothing for a token that matches nothing.
+    [[nodiscard]] SequenceStep handle(std::string_view token, TimePoint now);
+    [[nodiscard]] std::optional<TimePoint> nextDeadline() const;
+    /// Nothing before the deadline: a late call can't end a younger interaction.
+    SequenceStep expire(TimePoint now);
+    /// Ends any interaction.
+    SequenceStep reset();
+    /// The answer for `choicesWanted`; nothing when the interaction that asked is over.
+    SequenceStep choicesResolved(const std::expected<DynamicChoiceList, std::string>& answer, TimePoint now);
+
+    [[nodiscard]] Interaction interaction() const;
+    /// Tokens typed so far; the completed ones in `selectionFeedback`.
+    [[nodiscard]] std::vector<std::string> sequence() const;
+    /// Next tokens, sorted, or the labels that can still be meant.
+    [[nodiscard]] std::vector<std::string> hintOptions() const;
+    [[nodiscard]] bool isWaitingForChoices() const;
+
+    // idle → capture → selectionFeedback → idle
+    // idle → pendingPassthrough → capture, selectionFeedback or idle
+    // capture, pendingPassthrough, idle → dynamicChoice → selectionFeedback
+    // capture, dynamicChoice → frozenOverlay → idle ("escape")
+    // everything → idle
+    struct Idle {};
+    struct Capture {
+        HotkeyLookupIndex::Position position;
+        std::optional<TimePoint> deadline;
+    };
+    struct PendingPassthrough {
+        HotkeyLookupIndex::Position position;
+        TimePoint deadline;
+    };
+    struct DynamicChoiceState {
+        const ConfigItem* item = nullptr;
+        HotkeyLookupIndex::Position baseSequence;
+        std::optional<TimePoint> deadline;
+        bool isLoading = true;
+        std::optional<std::string> title;
+        std::vector<LabeledChoice> labeledChoices;
+        std::string input;
+    };
+    struct SelectionFeedback {
+        HotkeyLookupIndex::Position position;
+        TimePoint deadline;
+        std::optional<LabeledChoice> choice;
+    };
+    struct FrozenOverlay {
+        HotkeyLookupIndex::Position position;
+        std::optional<DynamicChoiceState> choices; ///< when choices were on show
+    };
+    using State =
+        std::variant<Idle, Capture, PendingPassthrough, DynamicChoiceState, SelectionFeedback, FrozenOverlay>;
+    [[nodiscard]] const State& state() const { return state_; }
+
+private:
+    SequenceStep handleIdle(std::string_view token, TimePoint now);
+    SequenceStep handleIn(const Capture& state, std::string_view token, TimePoint now);
+    SequenceStep handleIn(const PendingPassthrough& state, std::string_view token, TimePoint now);
+    SequenceStep handleIn(DynamicChoiceState& state, std::string_view token, TimePoint now);
+    SequenceStep accept(const HotkeyLookupIndex::Position& position, TimePoint now);
+    SequenceStep complete(const HotkeyLookupIndex::Position& position, TimePoint now);
+    SequenceStep take(LabeledChoice choice, TimePoint now);
+    SequenceStep acceptLetter(DynamicChoiceState& state, TimePoint now);
+    SequenceStep invalidInput();
+    SequenceStep enterIdle(KeyDecision decision);
+    std::optional<Duration> stepTimeout(const HotkeyLookupIndex::Position& position) const;
+
+    SequenceTimings timings_;
+    NeedsChoice needsChoice_;
+    HotkeyLookupIndex index_;
+    State state_;
+};
+
+} // namespace varnel
