@@ -32,7 +32,8 @@ public:
     [[nodiscard]] const Parameters& parameters() const { return parameters_; }
 
 private:
-    std::optional<std::string> openByIdentifier(const FileURL& application);
+    /// Where the application was found and opened instead.
+    std::optional<FileURL> openByIdentifier(const FileURL& application);
 
     Parameters parameters_;
     Services services_;
