@@ -70,6 +70,8 @@ struct OrderedWindow {
     ProcessIdentifier process = 0;
     /// 0 for ordinary windows; menus, panels, docks and overlays lie on others.
     int layer = 0;
+    /// The window whose dialog this one is, which it always covers; 0 for none.
+    WindowNumber owner = 0;
     friend bool operator==(const OrderedWindow&, const OrderedWindow&) = default;
 };
 

@@ -14,6 +14,17 @@ struct Rectangle {
     friend bool operator==(const Rectangle&, const Rectangle&) = default;
 };
 
+/// A strip along an edge of the whole screen that a panel keeps for itself: its thickness, counted from the
+/// screen's edge, and the stretch along that edge.
+struct ScreenStrut {
+    enum class Edge { left, right, top, bottom } edge = Edge::top;
+    int thickness = 0;
+    int from = 0, to = 0; ///< inclusive
+};
+/// What panels leave of a display. A strut that would leave nothing is passed over.
+Rectangle usableArea(const Rectangle& display, const Rectangle& screen,
+                     const std::vector<ScreenStrut>& struts);
+
 /// Where a window is and may go.
 struct WindowGeometry {
     Rectangle frame; ///< with its decorations
@@ -46,14 +57,13 @@ enum class WindowArrangement {
 /// The word used in configurations: "left-half", "maximize", …
 std::string_view arrangementName(WindowArrangement arrangement);
 std::optional<WindowArrangement> arrangementNamed(std::string_view name);
-const std::vector<WindowArrangement>& allArrangements();
 
 /// What to do to the window.
 struct ArrangementPlan {
-    std::optional<Rectangle> frame; ///< the new frame; absent when only maximisation changes
+    std::optional<Rectangle> frame = std::nullopt; ///< the new frame; absent when only maximisation changes
     bool maximize = false;
-    std::optional<Rectangle> remember; ///< to be kept for a later restore
-    bool forget = false;               ///< the kept one has served
+    std::optional<Rectangle> remember = std::nullopt; ///< to be kept for a later restore
+    bool forget = false;                              ///< the kept one has served
     friend bool operator==(const ArrangementPlan&, const ArrangementPlan&) = default;
 };
 /// The error is a sentence for the user, for example when there is only one display.
