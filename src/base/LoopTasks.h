@@ -46,7 +46,6 @@ public:
     [[nodiscard]] Subscription add(int tag, EventLoop::Task task);
     /// The entries that live now, in the order of registration. Check `live` before each call.
     [[nodiscard]] std::vector<std::shared_ptr<Entry>> snapshot() const;
-    [[nodiscard]] bool empty() const;
     /// Calls the live entries with this tag.
     void call(int tag);
 
@@ -61,7 +60,7 @@ public:
     /// True when the queue was empty, so that the loop must be woken.
     bool add(EventLoop::Task task);
     [[nodiscard]] bool empty() const;
-    /// The next of the first `limit` tasks; null when there is none.
+    /// Null when there is none.
     EventLoop::Task takeFirst();
     [[nodiscard]] std::size_t size() const;
 

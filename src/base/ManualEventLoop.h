@@ -20,7 +20,8 @@ public:
     void run() override;
     void quit() override { quit_ = true; }
 
-    /// Runs posted tasks and due timers until there are none at the present moment.
+    /// Runs posted tasks and due timers until there are none at the present moment. Like `advance`, heeds no
+    /// `quit`.
     void runPending();
     /// Moves the clock forward, stopping at every timer on the way; what is due at the end has run.
     void advance(Duration duration);
@@ -34,6 +35,7 @@ private:
     PostedTasks posted_;
     TimerQueue timers_;
     CallbackList watches_, observers_;
+    bool running_ = false;
     bool quit_ = false;
 };
 

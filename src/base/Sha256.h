@@ -21,6 +21,8 @@ public:
     [[nodiscard]] std::string finishHex();
 
 private:
+    static std::string hexadecimal(const std::array<std::uint8_t, 32>& digest);
+
     struct State;
     std::unique_ptr<State> state_;
 };

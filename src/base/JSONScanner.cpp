@@ -1,0 +1,287 @@
+#include "base/JSONScanner.h"
+
+#include "base/UTF8.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace varnel {
+
+namespace {
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+/// Whether a number that follows JSON's grammar is too large for a double.
+bool isBeyondDoubleRange(std::string_view number) {
+    std::string digits;
+    long long exponent = -1; // of the first digit that counts
+    bool fraction = false;
+    std::size_t i = number[0] == '-' ? 1 : 0;
+    for (; i < number.size() && (isDigit(number[i]) || number[i] == '.'); ++i) {
+        if (number[i] == '.') {
+            fraction = true;
+            continue;
+        }
+        const bool counts = !digits.empty() || number[i] != '0';
+        if (counts)
+            digits += number[i];
+        if (!fraction && counts)
+            ++exponent;
+        else if (fraction && !counts)
+            --exponent;
+    }
+    if (digits.empty())
+        return false;
+    if (i < number.size()) { // at the "e"
+        ++i;
+        const bool negative = number[i] == '-';
+        if (negative || number[i] == '+')
+            ++i;
+        long long written = 0;
+        for (; i < number.size(); ++i)
+            written = std::min(written * 10 + (number[i] - '0'), 1'000'000'000'000LL);
+        exponent += negative ? -written : written;
+    }
+    constexpr std::string_view kFirstInfinite = "17976931348623158079";
+    return exponent > 308 || (exponent == 308 && digits >= kFirstInfinite);
+}
+
+} // namespace
+
+JSONScanner::JSONScanner(std::string_view text, JSONPlaceVisitor* visitor)
+    : text_(withoutByteOrderMark(text))
+    , visitor_(visitor) {}
+
+std::optional<JSONError> JSONScanner::scan() {
+    skipSpace();
+    if (value(1)) {
+        skipSpace();
+        if (!atEnd())
+            fail("expected the end of the text, found " + found());
+    }
+    return std::move(error_);
+}
+
+JSONPosition JSONScanner::position(std::size_t offset) const {
+    if (offset < countedTo_) {
+        countedTo_ = 0;
+        counted_ = {1, 1};
+    }
+    for (; countedTo_ < offset; ++countedTo_) {
+        const auto byte = static_cast<unsigned char>(text_[countedTo_]);
+        if (byte == '\n')
+            counted_ = {counted_.line + 1, 1};
+        else if ((byte & 0xC0) != 0x80)
+            ++counted_.column;
+    }
+    return counted_;
+}
+
+std::string JSONScanner::found() const {
+    if (atEnd())
+        return "the end of the text";
+    const std::size_t length = utf8CharacterLength(text_.substr(next_));
+    if (length == 0)
+        return "invalid UTF-8";
+    if (static_cast<unsigned char>(peek()) < 0x20 || peek() == 0x7F)
+        return "a control character";
+    return "'" + std::string(text_.substr(next_, length)) + "'";
+}
+
+bool JSONScanner::failAt(std::size_t offset, std::string message) {
+    if (!error_)
+        error_ = JSONError{std::move(message), position(offset)};
+    return false;
+}
+
+void JSONScanner::skipSpace() {
+    while (!atEnd() && (peek() == ' ' || peek() == '\t' || peek() == '\n' || peek() == '\r'))
+        ++next_;
+}
+
+bool JSONScanner::value(int depth) {
+    if (depth > kMaximumJSONDepth)
+        return fail("nested deeper than " + std::to_string(kMaximumJSONDepth) + " levels");
+    if (visitor_)
+        visitor_->value(path_, position(next_));
+    std::string ignored;
+    switch (peek()) {
+    case '{':
+        return object(depth);
+    case '[':
+        return array(depth);
+    case '"':
+        return string(ignored);
+    case 't':
+        return word("true");
+    case 'f':
+        return word("false");
+    case 'n':
+        return word("null");
+    default:
+        return peek() == '-' || isDigit(peek()) ? number() : fail("expected a value, found " + found());
+    }
+}
+
+bool JSONScanner::object(int depth) {
+    ++next_;
+    skipSpace();
+    if (peek() == '}')
+        return ++next_;
+    while (true) {
+        if (peek() != '"')
+            return fail("expected a key in quotes, found " + found());
+        const std::size_t begin = next_;
+        std::string key;
+        if (!string(key))
+            return false;
+        if (visitor_)
+            visitor_->key(path_, key, position(begin));
+        skipSpace();
+        if (peek() != ':')
+            return fail("expected ':', found " + found());
+        ++next_;
+        skipSpace();
+        path_.emplace_back(std::move(key));
+        if (!value(depth + 1))
+            return false;
+        path_.pop_back();
+        skipSpace();
+        if (peek() == '}')
+            return ++next_;
+        if (peek() != ',')
+            return fail("expected ',' or '}', found " + found());
+        ++next_;
+        skipSpace();
+    }
+}
+
+bool JSONScanner::array(int depth) {
+    ++next_;
+    skipSpace();
+    if (peek() == ']')
+        return ++next_;
+    for (std::size_t index = 0;; ++index) {
+        path_.emplace_back(index);
+        if (!value(depth + 1))
+            return false;
+        path_.pop_back();
+        skipSpace();
+        if (peek() == ']')
+            return ++next_;
+        if (peek() != ',')
+            return fail("expected ',' or ']', found " + found());
+        ++next_;
+        skipSpace();
+    }
+}
+
+bool JSONScanner::string(std::string& content) {
+    const std::size_t begin = next_++;
+    while (peek() != '"' || atEnd()) {
+        if (atEnd())
+            return failAt(begin, "this text has no closing quote");
+        if (!(peek() == '\\' ? escape(content) : character(content)))
+            return false;
+    }
+    return ++next_;
+}
+
+bool JSONScanner::character(std::string& content) {
+    if (static_cast<unsigned char>(peek()) < 0x20)
+        return fail(peek() == '\n' ? "a line break inside a text must be written as \\n"
+                                   : "a control character inside a text must be written as an escape");
+    const std::size_t length = utf8CharacterLength(text_.substr(next_));
+    if (length == 0)
+        return fail("invalid UTF-8");
+    content += text_.substr(next_, length);
+    next_ += length;
+    return true;
+}
+
+bool JSONScanner::escape(std::string& content) {
+    const std::size_t begin = next_++;
+    constexpr std::string_view kLetters = "\"\\/bfnrt", kMeanings = "\"\\/\b\f\n\r\t";
+    if (const auto index = atEnd() ? std::string_view::npos : kLetters.find(peek());
+        index != std::string_view::npos) {
+        content += kMeanings[index];
+        return ++next_;
+    }
+    if (peek() != 'u')
+        return failAt(begin, "unknown escape");
+    ++next_;
+    auto code = hexadecimal();
+    if (!code)
+        return failAt(begin, "expected four hexadecimal digits after \\u");
+    if (*code >= 0xD800 && *code < 0xDC00 && text_.substr(next_).starts_with("\\u")) {
+        next_ += 2;
+        const auto low = hexadecimal();
+        if (low && *low >= 0xDC00 && *low < 0xE000)
+            code = 0x10000 + ((*code - 0xD800) << 10) + (*low - 0xDC00);
+    }
+    if (*code >= 0xD800 && *code < 0xE000)
+        return failAt(begin, "this surrogate lacks its other half");
+    appendUTF8(content, *code);
+    return true;
+}
+
+std::optional<unsigned> JSONScanner::hexadecimal() {
+    unsigned code = 0;
+    for (int i = 0; i < 4; ++i, ++next_) {
+        constexpr std::string_view kDigits = "0123456789abcdefABCDEF";
+        const auto digit = atEnd() ? std::string_view::npos : kDigits.find(peek());
+        if (digit == std::string_view::npos)
+            return std::nullopt;
+        code = code * 16 + static_cast<unsigned>(digit < 16 ? digit : digit - 6);
+    }
+    return code;
+}
+
+bool JSONScanner::number() {
+    const std::size_t begin = next_;
+    const auto digits = [this] {
+        const std::size_t first = next_;
+        while (isDigit(peek()))
+            ++next_;
+        return next_ > first;
+    };
+    if (peek() == '-')
+        ++next_;
+    const bool leadingZero = peek() == '0';
+    const std::size_t firstDigit = next_;
+    if (!digits())
+        return fail("expected a digit, found " + found());
+    if (leadingZero && next_ > firstDigit + 1)
+        return failAt(begin, "a number must not start with 0");
+    if (peek() == '.') {
+        ++next_;
+        if (!digits())
+            return fail("expected a digit, found " + found());
+    }
+    if (peek() == 'e' || peek() == 'E') {
+        ++next_;
+        if (peek() == '+' || peek() == '-')
+            ++next_;
+        if (!digits())
+            return fail("expected a digit, found " + found());
+    }
+    if (isBeyondDoubleRange(text_.substr(begin, next_ - begin)))
+        return failAt(begin, "the number is too large");
+    return true;
+}
+
+bool JSONScanner::word(std::string_view word) {
+    if (!text_.substr(next_).starts_with(word))
+        return fail("expected a value, found " + found());
+    next_ += word.size();
+    return true;
+}
+
+std::string_view withoutByteOrderMark(std::string_view text) {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    return text.starts_with(kMark) ? text.substr(kMark.size()) : text;
+}
+
+} // namespace varnel
