@@ -112,13 +112,14 @@ private:
     static Fingerprint fingerprint(std::string_view data);
 
     std::expected<void, ConfigError> readAndPublish();
+    std::expected<void, ConfigError> encodeAndWrite(const std::vector<ConfigItem>& items,
+                                                    const PluginSettings& pluginSettings, UnreadFile unread);
     std::optional<ConfigError> writeDefault();
-    std::optional<ConfigError> switchTo(const std::string& url, ConfigFileDocument document,
-                                        Fingerprint content);
+    std::expected<void, ConfigError> switchTo(const std::string& url, ConfigFileDocument document,
+                                              Fingerprint content);
     void publish(ConfigFileDocument document, bool pathChanged);
     void announce(Fingerprint content);
     void notify(const ConfigChange& change);
-    Subscription watch(const std::string& path);
     void print(const std::string& line);
 
     struct Observers;
@@ -135,6 +136,7 @@ private:
     std::optional<Fingerprint> announced_; ///< what the hook last heard of
     bool hookOwed_ = false;                ///< saved since then
     bool unreadAtStart_ = false;           ///< the file is there but was never read
+    bool isWaitingForFile_ = false;        ///< its absence has been told
     std::optional<ConfigError> loadError_;
     std::shared_ptr<Observers> observers_;
 };

@@ -1,0 +1,30 @@
+#include "config/ConfigErrors.h"
+
+namespace varnel {
+
+std::string describe(const ConfigStorageProviderError& error) {
+    if (error.kind == ConfigStorageProviderError::Kind::fileNotFound)
+        return "Config file not found at " + error.url;
+    return "A file already exists at " + error.url + ". Open it instead of creating it.";
+}
+
+std::string describe(const ConfigFileSelectionError& error) {
+    return "The selected file is not a valid Varnel! configuration: " + error.url;
+}
+
+std::string failureReason(const ConfigFileSelectionError& error) {
+    return describe(error.underlying);
+}
+
+std::string describe(const UnreadConfigError& error) {
+    return "The configuration at " + error.url +
+           " could not be read, and saving would replace it. Repair it, or confirm that it may be replaced. "
+           "(" +
+           error.reason + ")";
+}
+
+std::string describe(const ConfigError& error) {
+    return std::visit([](const auto& known) { return describe(known); }, error);
+}
+
+} // namespace varnel
