@@ -124,11 +124,11 @@ std::expected<void, ConfigError> ConfigManager::readAndPublish() {
 }
 
 void ConfigManager::publish(ConfigFileDocument document, bool pathChanged) {
-    ConfigChange change{.rootItems = document.items != rootItems_,
+    ConfigChange change{.rootItems = document.items != *rootItems_,
                         .pluginSettings = document.pluginSettings != pluginSettings_,
                         .currentConfigPath = pathChanged};
     if (change.rootItems)
-        rootItems_ = std::move(document.items);
+        rootItems_ = std::make_shared<const std::vector<ConfigItem>>(std::move(document.items));
     if (change.pluginSettings)
         pluginSettings_ = std::move(document.pluginSettings);
     notify(change);
@@ -187,7 +187,7 @@ std::optional<ConfigError> ConfigManager::updatePluginSettings(const std::string
                                                                JSONValue::Object settings) {
     PluginSettings changed = pluginSettings_;
     changed.insert_or_assign(pluginID, std::move(settings));
-    return save(rootItems_, std::move(changed));
+    return save(*rootItems_, std::move(changed));
 }
 
 // MARK: Switching

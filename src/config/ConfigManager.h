@@ -61,7 +61,11 @@ public:
     ConfigManager(const ConfigManager&) = delete;
     ConfigManager& operator=(const ConfigManager&) = delete;
 
-    [[nodiscard]] const std::vector<ConfigItem>& rootItems() const { return rootItems_; }
+    [[nodiscard]] const std::vector<ConfigItem>& rootItems() const { return *rootItems_; }
+    /// The same, shared: never changed, and valid beyond the next publication. Never null.
+    [[nodiscard]] const std::shared_ptr<const std::vector<ConfigItem>>& sharedRootItems() const {
+        return rootItems_;
+    }
     [[nodiscard]] const PluginSettings& pluginSettings() const { return pluginSettings_; }
     [[nodiscard]] const std::string& currentConfigPath() const { return currentConfigPath_; }
     [[nodiscard]] const std::string& defaultConfigURL() const { return environment_.defaultConfigURL; }
@@ -126,7 +130,8 @@ private:
 
     Environment environment_;
     std::unique_ptr<ConfigStorageProvider> storageProvider_;
-    std::vector<ConfigItem> rootItems_;
+    std::shared_ptr<const std::vector<ConfigItem>> rootItems_ =
+        std::make_shared<const std::vector<ConfigItem>>();
     PluginSettings pluginSettings_;
     std::string currentConfigPath_;
     bool fileMonitoringEnabled_;
