@@ -64,6 +64,8 @@ public:
     [[nodiscard]] NextTokens nextTokens(const Position& at) const;
     [[nodiscard]] std::vector<std::string> tokens(const Position& at) const;
     [[nodiscard]] std::size_t depth(const Position& at) const;
+    /// Empty for the root.
+    [[nodiscard]] std::string_view lastToken(const Position& at) const;
     [[nodiscard]] std::span<const std::uint32_t> itemsForPrefix(const Position& at) const;
 
     // Groups that let their first key through.

@@ -6,6 +6,9 @@
 #include "keyboard/HotkeyLookupIndex.h"
 #include "keyboard/TimingPreferences.h"
 
+#include <cstdint>
+#include <expected>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +16,9 @@
 #include <vector>
 
 namespace varnel {
+
+/// An answer that takes longer is not waited for.
+inline constexpr Duration kChoiceLoadingLimit = 10s;
 
 enum class KeyDecision { passThrough, swallow };
 
@@ -31,8 +37,9 @@ struct SequenceStep {
     /// The action item to run, with `choice` when the user picked one. Valid as long as the index's items.
     const ConfigItem* completed = nullptr;
     std::optional<DynamicChoice> choice;
-    /// The item whose choices are to be looked for; `choicesResolved` brings the answer.
+    /// The item whose choices are to be looked for; `choicesResolved` brings the answer, with this number.
     const ConfigItem* choicesWanted = nullptr;
+    std::uint64_t choiceRequest = 0;
     std::optional<std::string> message; ///< for the status
 };
 
@@ -58,14 +65,14 @@ public:
     /// Ends any interaction.
     SequenceStep reset();
     /// The answer for `choicesWanted`; nothing when the interaction that asked is over.
-    SequenceStep choicesResolved(const std::expected<DynamicChoiceList, std::string>& answer, TimePoint now);
+    SequenceStep choicesResolved(std::uint64_t choiceRequest,
+                                 std::expected<DynamicChoiceList, std::string> answer, TimePoint now);
 
     [[nodiscard]] Interaction interaction() const;
     /// Tokens typed so far; the completed ones in `selectionFeedback`.
     [[nodiscard]] std::vector<std::string> sequence() const;
-    /// Next tokens, sorted, or the labels that can still be meant.
+    /// Next tokens or, where choices are on show, their labels; sorted.
     [[nodiscard]] std::vector<std::string> hintOptions() const;
-    [[nodiscard]] bool isWaitingForChoices() const;
 
     // idle → capture → selectionFeedback → idle
     // idle → pendingPassthrough → capture, selectionFeedback or idle
@@ -82,13 +89,14 @@ public:
         TimePoint deadline;
     };
     struct DynamicChoiceState {
+        std::uint64_t id = 0;
         const ConfigItem* item = nullptr;
         HotkeyLookupIndex::Position baseSequence;
         std::optional<TimePoint> deadline;
         bool isLoading = true;
         std::optional<std::string> title;
         std::vector<LabeledChoice> labeledChoices;
-        std::string input;
+        std::string input; ///< may be typed ahead while loading
     };
     struct SelectionFeedback {
         HotkeyLookupIndex::Position position;
@@ -105,21 +113,24 @@ public:
 
 private:
     SequenceStep handleIdle(std::string_view token, TimePoint now);
-    SequenceStep handleIn(const Capture& state, std::string_view token, TimePoint now);
-    SequenceStep handleIn(const PendingPassthrough& state, std::string_view token, TimePoint now);
-    SequenceStep handleIn(DynamicChoiceState& state, std::string_view token, TimePoint now);
-    SequenceStep accept(const HotkeyLookupIndex::Position& position, TimePoint now);
-    SequenceStep complete(const HotkeyLookupIndex::Position& position, TimePoint now);
-    SequenceStep take(LabeledChoice choice, TimePoint now);
-    SequenceStep acceptLetter(DynamicChoiceState& state, TimePoint now);
+    SequenceStep handleCapture(const Capture& state, std::string_view token, TimePoint now);
+    SequenceStep handlePassthrough(const PendingPassthrough& state, std::string_view token, TimePoint now);
+    SequenceStep handleChoice(DynamicChoiceState& state, std::string_view token, TimePoint now);
+    SequenceStep proceed(const HotkeyLookupIndex::Position& position, TimePoint now);
+    SequenceStep complete(const HotkeyLookupIndex::Position& position, const ConfigItem& item, TimePoint now);
+    SequenceStep acceptChoiceKey(DynamicChoiceState& state, TimePoint now);
+    SequenceStep showChoices(DynamicChoiceState& state, TimePoint now);
+    SequenceStep take(const LabeledChoice& choice, TimePoint now);
     SequenceStep invalidInput();
-    SequenceStep enterIdle(KeyDecision decision);
-    std::optional<Duration> stepTimeout(const HotkeyLookupIndex::Position& position) const;
+    SequenceStep enter(State state, KeyDecision decision);
+    SequenceStep hold(SequenceStep step, const HotkeyLookupIndex::Position& position,
+                      std::optional<TimePoint>& deadline, TimePoint now) const;
 
     SequenceTimings timings_;
     NeedsChoice needsChoice_;
     HotkeyLookupIndex index_;
     State state_;
+    std::uint64_t lastChoiceRequest_ = 0;
 };
 
 } // namespace varnel

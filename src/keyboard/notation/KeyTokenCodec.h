@@ -27,6 +27,10 @@ bool hasModifier(std::string_view modifierName, KeyFlags flags);
 bool isModifierOnly(std::string_view token);
 /// The key's name; "return" for 36, `keycode<N>` where the table has none.
 std::string keyName(KeyCode code);
+/// Makes `out` the token that a keyboard produces for a key with modifiers, without allocating when `out` has
+/// the capacity (`kLongestLiveToken`).
+void formatLive(KeyCode code, KeyFlags flags, std::string& out);
+inline constexpr std::size_t kLongestLiveToken = 40;
 /// What a keyboard produces for this token: the name looked up by key code, with its modifiers. A token that
 /// does not parse keeps its trimmed lower-case text.
 std::string liveSpelling(std::string_view token);
