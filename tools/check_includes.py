@@ -24,7 +24,7 @@ ALLOWED = {
     "cli": {"base", "keyboard/notation", "keyboard", "config", "activation", "commands", "plugins", "runtime"},
     "app": {"base", "keyboard/notation", "keyboard", "config", "activation", "commands", "plugins", "runtime",
             "cli", "overlay", "qt"},
-    "capabilities": {"base", "plugins", "activation"},
+    "capabilities": {"base", "plugins", "activation", "commands"},
 }
 # Headers of the systems: only in the folders named after the system.
 SYSTEM = {

@@ -1,0 +1,12 @@
+#include "capabilities/shell/ShellCommand.h"
+
+using namespace varnel::capability;
+
+int main(int argc, char** argv) {
+    return run(argc, argv, [](const Request& request) {
+        if (request.actionID != "run")
+            return Response::failure("There is no action '" + request.actionID + "'.");
+        return runShellCommand({request.text("command"), request.flag("openInTerminal", false),
+                                request.text("terminalApplication")});
+    });
+}
