@@ -183,11 +183,6 @@ std::expected<JSONValue, JSONError> readJSON(std::string_view text) {
     return builder.take();
 }
 
-std::string describe(const JSONError& error) {
-    return error.message + " (line " + std::to_string(error.position.line) + ", column " +
-           std::to_string(error.position.column) + ")";
-}
-
 std::string describe(const JSONPath& path) {
     std::string out;
     for (const JSONPathStep& step : path) {

@@ -3,6 +3,7 @@
 #include "base/UTF8.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace varnel {
@@ -50,9 +51,10 @@ bool isBeyondDoubleRange(std::string_view number) {
 
 } // namespace
 
-JSONScanner::JSONScanner(std::string_view text, JSONPlaceVisitor* visitor)
+JSONScanner::JSONScanner(std::string_view text, JSONPlaceVisitor* visitor, JSONHandler* handler)
     : text_(withoutByteOrderMark(text))
-    , visitor_(visitor) {}
+    , visitor_(visitor)
+    , handler_(handler) {}
 
 std::optional<JSONError> JSONScanner::scan() {
     skipSpace();
@@ -106,20 +108,20 @@ bool JSONScanner::value(int depth) {
         return fail("nested deeper than " + std::to_string(kMaximumJSONDepth) + " levels");
     if (visitor_)
         visitor_->value(path_, position(next_));
-    std::string ignored;
+    std::string content;
     switch (peek()) {
     case '{':
-        return object(depth);
+        return tell(&JSONHandler::beginObject) && object(depth) && tell(&JSONHandler::endObject);
     case '[':
-        return array(depth);
+        return tell(&JSONHandler::beginArray) && array(depth) && tell(&JSONHandler::endArray);
     case '"':
-        return string(ignored);
+        return string(content) && tell(&JSONHandler::string, content);
     case 't':
-        return word("true");
+        return word("true") && tell(&JSONHandler::boolean, true);
     case 'f':
-        return word("false");
+        return word("false") && tell(&JSONHandler::boolean, false);
     case 'n':
-        return word("null");
+        return word("null") && tell(&JSONHandler::null);
     default:
         return peek() == '-' || isDigit(peek()) ? number() : fail("expected a value, found " + found());
     }
@@ -139,6 +141,7 @@ bool JSONScanner::object(int depth) {
             return false;
         if (visitor_)
             visitor_->key(path_, key, position(begin));
+        tell(&JSONHandler::key, key);
         skipSpace();
         if (peek() != ':')
             return fail("expected ':', found " + found());
@@ -269,6 +272,8 @@ bool JSONScanner::number() {
     }
     if (isBeyondDoubleRange(text_.substr(begin, next_ - begin)))
         return failAt(begin, "the number is too large");
+    if (handler_)
+        handler_->number(std::strtod(std::string(text_.substr(begin, next_ - begin)).c_str(), nullptr));
     return true;
 }
 
@@ -282,6 +287,11 @@ bool JSONScanner::word(std::string_view word) {
 std::string_view withoutByteOrderMark(std::string_view text) {
     constexpr std::string_view kMark = "\xEF\xBB\xBF";
     return text.starts_with(kMark) ? text.substr(kMark.size()) : text;
+}
+
+std::string describe(const JSONError& error) {
+    return error.message + " (line " + std::to_string(error.position.line) + ", column " +
+           std::to_string(error.position.column) + ")";
 }
 
 } // namespace varnel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/JSONReader.h"
+#include "base/JSONStream.h"
 
 #include <optional>
 #include <string>
@@ -22,8 +23,9 @@ public:
 /// reader accepts, except for numbers within a part in 10^20 of the largest double.
 class JSONScanner {
 public:
-    /// `visitor` may be null.
-    explicit JSONScanner(std::string_view text, JSONPlaceVisitor* visitor = nullptr);
+    /// `visitor` and `handler` may be null. What a handler answers is not looked at: it gets the text to the end
+    /// or to the first error.
+    explicit JSONScanner(std::string_view text, JSONPlaceVisitor* visitor = nullptr, JSONHandler* handler = nullptr);
     /// What is wrong with the text, if anything.
     std::optional<JSONError> scan();
 
@@ -39,6 +41,13 @@ private:
     bool word(std::string_view word);
     void skipSpace();
 
+    /// Always true, so that it can be chained.
+    template <typename... Parameters, typename... Arguments>
+    bool tell(bool (JSONHandler::*function)(Parameters...), Arguments&&... arguments) {
+        if (handler_)
+            (handler_->*function)(arguments...);
+        return true;
+    }
     [[nodiscard]] bool atEnd() const { return next_ == text_.size(); }
     [[nodiscard]] char peek() const { return atEnd() ? '\0' : text_[next_]; }
     [[nodiscard]] JSONPosition position(std::size_t offset) const;
@@ -48,6 +57,7 @@ private:
 
     std::string_view text_;
     JSONPlaceVisitor* visitor_;
+    JSONHandler* handler_;
     std::size_t next_ = 0;
     std::optional<JSONError> error_;
     JSONPath path_;
