@@ -1,6 +1,6 @@
 #include "capabilities/support/Capability.h"
 
-#include "base/JSONReader.h"
+#include "base/JSONPlainReader.h"
 #include "base/JSONWriter.h"
 
 #include <cerrno>
@@ -46,7 +46,7 @@ Response answer(int argc, char** argv, const std::function<Response(const Reques
     const auto text = readStandardInput();
     if (!text)
         return Response::failure("The request could not be read.");
-    const auto value = readJSON(*text);
+    const auto value = readJSONPlainly(*text);
     if (!value)
         return Response::failure("The request is not JSON: " + describe(value.error()));
     const JSONValue* actionID = value->find("actionID");
