@@ -13,8 +13,9 @@ class QSocketNotifier;
 
 namespace varnel {
 
-/// The loop of the application with windows: Qt's own, on the thread that makes this object. A `QCoreApplication`
-/// must exist before it and outlive it. Tasks also run while Qt is running the loop itself, in dialogs for example.
+/// The loop of the application with windows: Qt's own, on the thread that makes this object. A
+/// `QCoreApplication` must exist before it and outlive it. Tasks also run while Qt is running the loop
+/// itself, in dialogs for example.
 class QtEventLoop : public QObject, public EventLoop {
 public:
     QtEventLoop();
@@ -39,7 +40,7 @@ private:
     PostedTasks posted_;
     TimerQueue timers_;
     CallbackList observers_;
-    std::shared_ptr<Watches> watches_;
+    std::unique_ptr<Watches> watches_;
     QTimer timer_;
     bool running_ = false;
     bool quit_ = false;
