@@ -3,10 +3,11 @@
 #include "base/FileSystem.h"
 #include "commands/ApplicationActivating.h"
 #include "commands/ApplicationActivationCoordinator.h"
+#include "commands/ProgramStart.h"
 #include "commands/RunningApplicationWindows.h"
 #include "commands/WorkspaceTable.h"
 
-#include <map>
+#include <expected>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,16 +22,21 @@ namespace varnel {
 /// queue's.
 class LinuxWorkspace {
 public:
-    /// `windows` may be null: nothing is known to be running then. `environment` are the "NAME=value" strings
-    /// that programs are started with and that folders and PATH are taken from.
-    LinuxWorkspace(FileSystem& files, RunningApplicationWindows* windows,
-                   std::vector<std::string> environment);
+    /// What it works with; everything must outlive it. `environment` are the "NAME=value" strings that
+    /// programs are started with and that folders and PATH are taken from.
+    struct Surroundings {
+        FileSystem& files;
+        RunningApplicationWindows* windows = nullptr; ///< null: nothing is known to be running
+        std::vector<std::string> environment;
+        ProgramStarter start;
+    };
+    explicit LinuxWorkspace(Surroundings surroundings);
     ~LinuxWorkspace();
 
     /// Starts or brings forward; the error is the system's reason in words.
     std::expected<void, std::string> open(const FileURL& url);
     std::optional<FileURL> applicationURL(const std::string& identifier);
-    std::optional<std::string> identifier(const FileURL& url) const;
+    static std::optional<std::string> identifier(const FileURL& url);
 
     /// The same as functions, without `frontmostProcessIdentifier`. The workspace must outlive them. The
     /// completion of `openApplication` comes before the request returns.
