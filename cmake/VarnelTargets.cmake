@@ -21,8 +21,8 @@ find_package(Threads REQUIRED)
 add_library(varnel_options INTERFACE)
 target_include_directories(varnel_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
 target_compile_options(varnel_options INTERFACE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Werror
-  # g++ 12 warns wrongly about std::optional and std::variant members at -O1 and above.
-  $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized -Wno-restrict -Wno-stringop-overflow -fpch-preprocess>
+  # g++ 12 warns wrongly about std::optional, std::variant and std::string at -O1 and above.
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized -Wno-array-bounds -Wno-restrict -Wno-stringop-overflow -fpch-preprocess>
   -ffunction-sections -fdata-sections)
 target_link_options(varnel_options INTERFACE -Wl,--gc-sections)
 target_link_libraries(varnel_options INTERFACE Threads::Threads)
