@@ -1,8 +1,11 @@
 #include "base/ManualEventLoop.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace varnel {
+
+void ManualEventLoop::post(Task task) { posted_.add(std::move(task)); }
 
 Subscription ManualEventLoop::after(Duration delay, Task task) {
     return timers_.add(now_ + std::max(delay, Duration::zero()), std::move(task));
