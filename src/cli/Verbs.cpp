@@ -2,12 +2,25 @@
 
 namespace varnel {
 
-// Each is defined in the file of its name below verbs/.
+// Each is defined in the file of its name below verbs/, those that speak to the running application in
+// ControlVerbs.cpp.
+extern const Verb kRunVerb;
+extern const Verb kCheckVerb;
+extern const Verb kFormatVerb;
 extern const Verb kTokenVerb;
+extern const Verb kLabelsVerb;
+extern const Verb kLookupVerb;
+extern const Verb kStatusVerb;
+extern const Verb kReloadVerb;
+extern const Verb kSuspendVerb;
+extern const Verb kResumeVerb;
+extern const Verb kTriggerVerb;
+extern const Verb kQuitVerb;
 
 namespace {
 constexpr const Verb* kVerbs[] = {
-    &kTokenVerb,
+    &kRunVerb,    &kCheckVerb,  &kFormatVerb,  &kTokenVerb,  &kLabelsVerb,  &kLookupVerb,
+    &kStatusVerb, &kReloadVerb, &kSuspendVerb, &kResumeVerb, &kTriggerVerb, &kQuitVerb,
 };
 } // namespace
 

@@ -1,12 +1,12 @@
 #include "base/FilePreferenceStore.h"
 #include "base/PosixFileSystem.h"
+#include "cli/AbsolutePath.h"
 #include "cli/ConfigInput.h"
 #include "config/ConfigDocument.h"
 #include "config/LocalConfigStorageProvider.h"
 #include "runtime/RuntimePaths.h"
 
 #include <cstdlib>
-#include <filesystem>
 
 namespace varnel {
 
@@ -22,10 +22,8 @@ std::expected<void, std::string> save(const std::string& path, const std::string
     RuntimePaths paths = RuntimePaths::fromEnvironment();
     PosixFileSystem files;
     FilePreferenceStore preferences(files, paths.preferences);
-    std::error_code error;
-    std::string absolute = std::filesystem::absolute(path, error).string();
-    auto storage =
-        LocalConfigStorageProvider::locate({files, preferences, paths.home, temporaryFolder()}, absolute);
+    auto storage = LocalConfigStorageProvider::locate({files, preferences, paths.home, temporaryFolder()},
+                                                      absolutePath(path));
     if (!storage)
         return std::unexpected(describe(storage.error()));
     if (auto written = (*storage)->write(canonical); !written)

@@ -1,0 +1,82 @@
+#include "base/PollEventLoop.h"
+#include "cli/AbsolutePath.h"
+#include "cli/Verb.h"
+#include "runtime/Application.h"
+#include "runtime/ProcessMemory.h"
+#include "runtime/ProgramLocation.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace varnel {
+
+namespace {
+
+ApplicationOptions optionsOf(const VerbCall& call) {
+    ApplicationOptions options{.paths = RuntimePaths::fromEnvironment(), .programFolder = programFolder()};
+    if (auto path = call.value(kConfigOption.name))
+        options.configPath = absolutePath(*path);
+    if (auto folder = call.value(kBundledPluginsOption.name))
+        options.bundledPlugins = absolutePath(*folder);
+    if (auto folder = call.value(kUserPluginsOption.name))
+        options.userPlugins = absolutePath(*folder);
+    return options;
+}
+
+/// Lets the application with windows take this process's place. Comes back only when that is not possible;
+/// the result says why.
+std::string startWithWindows(const VerbCall& call, const ApplicationOptions& options) {
+    if (options.paths.display.empty() && !std::getenv("WAYLAND_DISPLAY"))
+        return "there is no display";
+    std::string program = appendPath(options.programFolder, "varnel-app");
+    std::vector<std::string> words{program};
+    for (const auto& [name, value] : call.options) {
+        words.push_back(name);
+        words.push_back(value);
+    }
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    ::execv(program.c_str(), arguments.data());
+    return program + " cannot be started (" + std::strerror(errno) + ")";
+}
+
+int run(const VerbCall& call, Console& console) {
+    ApplicationOptions options = optionsOf(call);
+    if (!call.has("--headless")) {
+        std::string reason = startWithWindows(call, options);
+        console.complain(reason + "; running without windows");
+    }
+    prepareMemoryForLongLife();
+    PollEventLoop loop;
+    Application application(loop, std::move(options));
+    if (auto started = application.start(); !started) {
+        console.complain(started.error());
+        return ExitStatus::failed;
+    }
+    console.out.line(application.hotkeys().statusLine());
+    console.out.flush();
+    loop.run();
+    if (application.failure().empty())
+        return ExitStatus::fine;
+    console.complain(application.failure());
+    return ExitStatus::failed;
+}
+
+constexpr VerbOption kOptions[] = {
+    kConfigOption,
+    {"--headless", "", "no windows and no tray"},
+    kBundledPluginsOption,
+    kUserPluginsOption,
+};
+
+} // namespace
+
+extern const Verb kRunVerb{
+    .name = "run", .arguments = "", .summary = "starts the application", .options = kOptions, .run = run};
+
+} // namespace varnel

@@ -1,0 +1,177 @@
+#include "runtime/Application.h"
+
+#include "config/LocalConfigStorageProvider.h"
+#include "keyboard/TimingPreferences.h"
+#include "runtime/ControlRequests.h"
+#include "runtime/ProcessMemory.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <utility>
+
+namespace varnel {
+
+namespace {
+
+/// Time enough for everything that the start has set off to be over.
+constexpr Duration kSettlingTime = 300ms;
+
+std::string temporaryFolder() {
+    const char* folder = std::getenv("TMPDIR");
+    return folder && folder[0] == '/' ? folder : "/tmp";
+}
+
+void printDiagnostic(std::string_view line) {
+    std::string text = std::string(line) + "\n";
+    [[maybe_unused]] ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+}
+
+/// Where no plugins are to be had.
+class NoPlugins : public PluginCommandMaking {
+    class Refusal : public Command {
+    public:
+        explicit Refusal(std::string message)
+            : message_(std::move(message)) {}
+        std::optional<std::string> execute() override { return message_; }
+
+    private:
+        std::string message_;
+    };
+
+    std::unique_ptr<Command> makePluginCommand(const std::string&, const ConfigAction& action,
+                                               const std::string&, const PluginSettings&) override {
+        return std::make_unique<Refusal>("Unknown plugin: " + action.pluginID);
+    }
+};
+
+} // namespace
+
+Application::Application(EventLoop& loop, ApplicationOptions options, PlatformMaker makePlatform)
+    : loop_(loop)
+    , options_(std::move(options))
+    , makePlatform_(std::move(makePlatform))
+    , preferences_(files_, options_.paths.preferences) {}
+
+Application::~Application() {
+    if (hotkeys_)
+        hotkeys_->stopGlobalMonitoring();
+    controlServer_.reset();
+    subscriptions_.clear();
+    hotkeys_.reset();
+    commandQueue_.reset();
+}
+
+std::expected<void, std::string> Application::start() {
+    signals_ = std::make_unique<SignalWatch>(loop_, [this](int signal) { signalReceived(signal); });
+    if (auto opened = openControlSocket(); !opened)
+        return opened;
+    if (auto loaded = preferences_.reload(); !loaded)
+        log_.write(LogLevel::error, "Preferences", loaded.error());
+    platform_ = makePlatform_({.loop = loop_,
+                               .log = log_,
+                               .displayName = {},
+                               .programFolder = options_.programFolder,
+                               .onConnectionLost = [this] { connectionLost(); },
+                               .onTroubleChanged = {}});
+    plugins_ = std::make_unique<NoPlugins>();
+    if (auto opened = openConfiguration(); !opened)
+        return opened;
+    buildEngine();
+    captureKeyboard();
+    subscriptions_.push_back(loop_.after(kSettlingTime, [this] { settle(); }));
+    return {};
+}
+
+std::expected<void, std::string> Application::openControlSocket() {
+    auto opened = ControlServer::open(loop_, options_.paths, [this](const JSONValue::Object& request) {
+        return answerControlRequest(*this, request);
+    });
+    if (opened) {
+        controlServer_ = std::move(*opened);
+    } else if (opened.error().kind == ControlServerError::Kind::alreadyRunning) {
+        return std::unexpected(opened.error().message);
+    } else {
+        log_.write(LogLevel::error, "Control", opened.error().message);
+    }
+    return {};
+}
+
+std::expected<void, std::string> Application::openConfiguration() {
+    const std::string& home = options_.paths.home;
+    auto storage = LocalConfigStorageProvider::locate({files_, preferences_, home, temporaryFolder()},
+                                                      options_.configPath);
+    if (!storage)
+        return std::unexpected(describe(storage.error()));
+    ConfigManager::Environment environment{
+        .fileManager = files_,
+        .loop = loop_,
+        .fileEvents = &platform_->fileEvents(),
+        .defaultConfigURL = defaultConfigURL(home),
+        .isTestHost = runsUnderTestHarness(environ),
+        .printLine = printDiagnostic,
+        .configDidReload = {},
+        .startProgram = [this](const std::vector<std::string>& argv) { platform_->startProgram(argv); }};
+    config_ = std::make_unique<ConfigManager>(std::move(environment), std::move(*storage));
+    preferenceWatch_ = std::make_unique<PreferenceWatch>(files_, platform_->fileEvents(), preferences_, log_);
+    return {};
+}
+
+void Application::buildEngine() {
+    commandFactory_ = std::make_unique<CommandFactory>(*plugins_, platform_->commandServices());
+    commandQueue_ = std::make_unique<SerialQueue>(kCommandQueueLabel);
+    commandExecutor_ = std::make_unique<CommandExecutor>(*commandFactory_, *commandQueue_, loop_);
+    monitorFactory_ = std::make_unique<KeyboardMonitorFactory>(
+        loop_, platform_->eventTaps(), [this] { return modifierTapThreshold(preferences_); });
+    hotkeys_ = std::make_unique<HotkeyManager>(HotkeyManagerDependencies{
+        .loop = loop_,
+        .keyboardMonitorFactory = *monitorFactory_,
+        .timings = sequenceTimings(preferences_),
+        .commandExecutor = *commandExecutor_,
+        .currentConfigPath = [this] { return config_->currentConfigPath(); },
+        .pluginSettings = [this]() -> const PluginSettings& { return config_->pluginSettings(); },
+        .isAccessibilityTrusted = [this] { return platform_->captureError().empty(); },
+        .writeDiagnostic = printDiagnostic,
+        .applicationStatusResolver = {},
+        .dynamicChoiceRegistry = nullptr,
+        .localMonitorFactory = nullptr});
+    hotkeys_->updateConfiguration(config_->sharedRootItems());
+    subscriptions_.push_back(config_->observe([this](const ConfigChange& change) {
+        if (change.rootItems)
+            hotkeys_->updateConfiguration(config_->sharedRootItems());
+    }));
+}
+
+void Application::captureKeyboard() {
+    if (!hotkeys_->isGlobalOn() && !hotkeys_->startGlobalMonitoring())
+        log_.write(LogLevel::error, "Keyboard", "Keys cannot be captured: " + platform_->captureError());
+}
+
+void Application::settle() {
+    platform_->prepareCommands();
+    returnUnusedMemory();
+}
+
+void Application::reload() {
+    config_->reloadNow();
+    captureKeyboard();
+}
+
+void Application::quit() {
+    loop_.quit();
+}
+
+void Application::signalReceived(int signal) {
+    if (signal != SIGHUP)
+        quit();
+    else if (hotkeys_)
+        reload();
+}
+
+void Application::connectionLost() {
+    failure_ = "the connection to the display was lost";
+    quit();
+}
+
+} // namespace varnel

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "base/FilePreferenceStore.h"
+#include "base/Log.h"
+#include "base/PosixFileSystem.h"
+#include "base/SerialQueue.h"
+#include "commands/CommandExecutor.h"
+#include "commands/CommandFactory.h"
+#include "config/ConfigManager.h"
+#include "keyboard/HotkeyManager.h"
+#include "keyboard/KeyboardMonitor.h"
+#include "runtime/ControlServer.h"
+#include "runtime/Platform.h"
+#include "runtime/PreferenceWatch.h"
+#include "runtime/RuntimePaths.h"
+#include "runtime/SignalWatch.h"
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace varnel {
+
+/// How an application is started. Paths are absolute.
+struct ApplicationOptions {
+    RuntimePaths paths;
+    std::optional<std::string> configPath = std::nullopt; ///< none: the active file is located
+    std::string bundledPlugins = {};                      ///< empty: beside the program
+    std::string userPlugins = {};                         ///< empty: the user's own
+    std::string programFolder = {};                       ///< where this program lies
+};
+
+/// The running application: every object of it, built once and in the order that lets keys be captured as
+/// early as possible. Knows nothing of windows. Main thread only.
+class Application {
+public:
+    /// The loop must outlive the application. Nothing happens before `start`.
+    Application(EventLoop& loop, ApplicationOptions options,
+                PlatformMaker makePlatform = varnel::makePlatform);
+    /// Lets go of the keyboard first, then waits for the command that runs.
+    ~Application();
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    /// The error is a sentence for the user; nothing was captured then. An application that cannot capture
+    /// the keyboard starts all the same and says why in its log and status.
+    std::expected<void, std::string> start();
+
+    /// Reads the configuration at once, and tries to capture the keyboard where that failed before.
+    void reload();
+    /// Ends the loop in its next turn.
+    void quit();
+    /// Why the application ended by itself; empty when it was told to.
+    [[nodiscard]] const std::string& failure() const { return failure_; }
+
+    [[nodiscard]] HotkeyManager& hotkeys() { return *hotkeys_; }
+    [[nodiscard]] ConfigManager& config() { return *config_; }
+    [[nodiscard]] PreferenceStore& preferences() { return preferences_; }
+    [[nodiscard]] LogSink& log() { return log_; }
+    [[nodiscard]] const ApplicationOptions& options() const { return options_; }
+
+private:
+    std::expected<void, std::string> openControlSocket();
+    std::expected<void, std::string> openConfiguration();
+    void buildEngine();
+    void captureKeyboard();
+    void settle();
+    void signalReceived(int signal);
+    void connectionLost();
+
+    EventLoop& loop_;
+    ApplicationOptions options_;
+    PlatformMaker makePlatform_;
+    StandardErrorLog log_;
+    PosixFileSystem files_;
+    FilePreferenceStore preferences_;
+    std::unique_ptr<SignalWatch> signals_;
+    std::unique_ptr<ControlServer> controlServer_;
+    std::unique_ptr<Platform> platform_;
+    std::unique_ptr<PluginCommandMaking> plugins_;
+    std::unique_ptr<CommandFactory> commandFactory_;
+    std::unique_ptr<SerialQueue> commandQueue_;
+    std::unique_ptr<CommandExecutor> commandExecutor_;
+    std::unique_ptr<ConfigManager> config_;
+    std::unique_ptr<PreferenceWatch> preferenceWatch_;
+    std::unique_ptr<KeyboardMonitorFactory> monitorFactory_;
+    std::unique_ptr<HotkeyManager> hotkeys_;
+    std::vector<Subscription> subscriptions_;
+    std::string failure_;
+};
+
+} // namespace varnel

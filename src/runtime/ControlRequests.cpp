@@ -1,0 +1,135 @@
+#include "runtime/ControlRequests.h"
+
+#include "base/Text.h"
+#include "keyboard/notation/KeyTokenCodec.h"
+#include "runtime/Application.h"
+
+#include <unistd.h>
+
+namespace varnel {
+
+namespace {
+
+using Object = JSONValue::Object;
+
+Object succeeded(std::string message = {}) {
+    Object answer{{"success", true}};
+    if (!message.empty())
+        answer["message"] = std::move(message);
+    return answer;
+}
+
+Object failed(std::string message) {
+    return {{"success", false}, {"message", std::move(message)}};
+}
+
+JSONValue::Array texts(const auto& values) {
+    JSONValue::Array list;
+    for (const std::string& value : values)
+        list.emplace_back(value);
+    return list;
+}
+
+const std::string* textMember(const Object& request, std::string_view key) {
+    auto member = request.find(key);
+    return member == request.end() ? nullptr : member->second.string();
+}
+
+/// The strings of the member `tokens`; empty when it is anything else.
+std::vector<std::string> tokensOf(const Object& request) {
+    std::vector<std::string> tokens;
+    auto member = request.find("tokens");
+    const JSONValue::Array* values = member == request.end() ? nullptr : member->second.array();
+    if (!values)
+        return {};
+    for (const JSONValue& value : *values) {
+        if (!value.string())
+            return {};
+        tokens.push_back(KeyTokenCodec::liveSpelling(*value.string()));
+    }
+    return tokens;
+}
+
+Object reload(Application& application) {
+    application.reload();
+    if (const auto& error = application.config().loadError())
+        return failed(describe(*error));
+    return succeeded("Loaded " + std::to_string(application.config().rootItems().size()) + " root items");
+}
+
+Object changeSuspension(Application& application, const Object& request, bool suspend) {
+    const std::string* reason = textMember(request, "reason");
+    if (!reason || trimmed(*reason).empty())
+        return failed("a reason is expected");
+    HotkeyManager& hotkeys = application.hotkeys();
+    suspend ? hotkeys.suspend(*reason) : hotkeys.resume(*reason);
+    return succeeded(hotkeys.statusLine());
+}
+
+Object trigger(Application& application, const Object& request) {
+    std::vector<std::string> tokens = tokensOf(request);
+    if (tokens.empty())
+        return failed("tokens are expected");
+    const ConfigItem* item = application.hotkeys().hotkeyIndex().exactMatch(tokens);
+    if (!item || item->type != ItemType::action) {
+        Object answer = failed("No action has the trigger " + join(tokens, " "));
+        answer["match"] = nullptr;
+        return answer;
+    }
+    Object answer = succeeded("Triggered: " + item->name);
+    answer["match"] = Object{{"id", item->id.text()}, {"name", item->name}, {"type", "action"}};
+    application.hotkeys().trigger(tokens);
+    return answer;
+}
+
+} // namespace
+
+JSONValue::Object applicationStatus(Application& application) {
+    const HotkeyManager& hotkeys = application.hotkeys();
+    const ConfigManager& config = application.config();
+    Object status{
+        {"running", true},
+        {"version", VARNEL_VERSION},
+        {"pid", static_cast<double>(::getpid())},
+        {"display", application.options().paths.display},
+        {"statusLine", hotkeys.statusLine()},
+        {"isSuspended", hotkeys.isSuspended()},
+        {"suspensionReasons", texts(hotkeys.suspensionReasons())},
+        {"trouble", hotkeys.trouble()},
+        {"interaction", std::string(interactionName(hotkeys.interaction()))},
+        {"currentSequence", texts(hotkeys.currentSequence())},
+        {"hintOptions", texts(hotkeys.hintOptions())},
+        {"statusMessage", hotkeys.statusMessage()},
+        {"lastTriggerInfo", hotkeys.lastTriggerInfo()},
+        {"configPath", config.currentConfigPath()},
+        {"itemCount", static_cast<double>(config.rootItems().size())},
+        {"configError", nullptr},
+    };
+    if (config.loadError())
+        status["configError"] = describe(*config.loadError());
+    return status;
+}
+
+JSONValue::Object answerControlRequest(Application& application, const JSONValue::Object& request) {
+    const std::string* verb = textMember(request, "verb");
+    if (!verb)
+        return failed("a verb is expected");
+    if (*verb == "status") {
+        Object answer = applicationStatus(application);
+        answer["success"] = true;
+        return answer;
+    }
+    if (*verb == "reload")
+        return reload(application);
+    if (*verb == "suspend" || *verb == "resume")
+        return changeSuspension(application, request, *verb == "suspend");
+    if (*verb == "trigger")
+        return trigger(application, request);
+    if (*verb == "quit") {
+        application.quit();
+        return succeeded();
+    }
+    return failed("unknown verb '" + singleLine(*verb, 40) + "'");
+}
+
+} // namespace varnel

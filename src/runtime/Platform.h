@@ -1,0 +1,49 @@
+#pragma once
+
+#include "base/EventLoop.h"
+#include "base/FileEventSource.h"
+#include "base/Log.h"
+#include "commands/CommandFactory.h"
+#include "keyboard/KeyboardMonitoring.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace varnel {
+
+/// The adapters of the system that the program runs on. Everything that costs time is made when it is first
+/// asked for. Main thread.
+class Platform {
+public:
+    virtual ~Platform() = default;
+
+    virtual KeyboardEventTapSessionCreating& eventTaps() = 0;
+    /// Why the last tap was refused, as a sentence; empty when none was.
+    [[nodiscard]] virtual std::string captureError() const = 0;
+    virtual FileEventSource& fileEvents() = 0;
+    /// What commands work with. They use it on the command queue, which must have ended before the platform
+    /// is destroyed.
+    virtual CommandServices commandServices() = 0;
+    /// Starts a program, looked up in PATH, that lives on by itself; a failure is ignored.
+    virtual void startProgram(const std::vector<std::string>& argv) = 0;
+    /// Gets ready what the first command would otherwise wait for. Called once the keyboard is captured.
+    virtual void prepareCommands() {}
+};
+
+/// What a platform is made with; all of it outlives the platform.
+struct PlatformSurroundings {
+    EventLoop& loop;
+    LogSink& log;
+    std::string displayName;                ///< of the keyboard server; empty: as the environment says
+    std::string programFolder;              ///< where the helper programs lie
+    std::function<void()> onConnectionLost; ///< the keyboard server is gone for good
+    std::function<void()> onTroubleChanged; ///< what is in the way of capturing has changed
+};
+using PlatformMaker = std::function<std::unique_ptr<Platform>(PlatformSurroundings)>;
+
+/// The platform that this build is for.
+std::unique_ptr<Platform> makePlatform(PlatformSurroundings surroundings);
+
+} // namespace varnel

@@ -1,0 +1,30 @@
+#include "runtime/PreferenceWatch.h"
+
+namespace varnel {
+
+PreferenceWatch::PreferenceWatch(FileSystem& files, FileEventSource& events, FilePreferenceStore& store,
+                                 LogSink& log)
+    : events_(events)
+    , store_(store)
+    , log_(log) {
+    std::string folder = parentPath(store.path());
+    if (!files.makeFolders(folder))
+        return;
+    // Most programs replace the file, which is an event of the folder only.
+    folder_ = events_.watch(folder, [this](FileEvent) {
+        watchFile();
+        reload();
+    });
+    watchFile();
+}
+
+void PreferenceWatch::watchFile() {
+    file_ = events_.watch(store_.path(), [this](FileEvent) { reload(); });
+}
+
+void PreferenceWatch::reload() {
+    if (auto loaded = store_.reload(); !loaded)
+        log_.write(LogLevel::error, "Preferences", loaded.error());
+}
+
+} // namespace varnel

@@ -1,0 +1,15 @@
+#include "runtime/ProcessMemory.h"
+
+#include <malloc.h>
+
+namespace varnel {
+
+void prepareMemoryForLongLife() {
+    ::mallopt(M_ARENA_MAX, 1);
+}
+
+void returnUnusedMemory() {
+    ::malloc_trim(0);
+}
+
+} // namespace varnel

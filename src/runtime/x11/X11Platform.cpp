@@ -1,0 +1,150 @@
+#include "activation/x11/XcbDesktop.h"
+#include "base/PosixFileSystem.h"
+#include "base/Text.h"
+#include "base/linux/InotifyFileEventSource.h"
+#include "commands/linux/DetachedProgram.h"
+#include "commands/linux/LinuxWorkspace.h"
+#include "commands/x11/DesktopApplicationWindows.h"
+#include "commands/x11/XcbShortcutPosting.h"
+#include "keyboard/notation/PostedKeyLedger.h"
+#include "keyboard/x11/XcbKeyboardEventTapSession.h"
+#include "runtime/Platform.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <mutex>
+#include <utility>
+
+namespace varnel {
+
+namespace {
+
+std::vector<std::string> environmentStrings() {
+    std::vector<std::string> strings;
+    for (char** variable = environ; *variable; ++variable)
+        strings.emplace_back(*variable);
+    return strings;
+}
+
+/// The desktop, connected to when somebody first asks, so that a start does not wait for it. Any thread.
+class DesktopOnDemand final : public RunningApplicationWindows {
+public:
+    explicit DesktopOnDemand(std::string displayName)
+        : displayName_(std::move(displayName)) {}
+
+    std::vector<ApplicationWindow> windows() override {
+        XcbDesktop* desktop = connected();
+        return desktop ? DesktopApplicationWindows(*desktop).windows() : std::vector<ApplicationWindow>();
+    }
+    bool activate(WindowNumber window) override {
+        XcbDesktop* desktop = connected();
+        return desktop && DesktopApplicationWindows(*desktop).activate(window);
+    }
+    std::optional<ProcessIdentifier> frontmostProcess() {
+        XcbDesktop* desktop = connected();
+        return desktop ? desktop->frontmostProcess() : std::nullopt;
+    }
+    /// Null while it cannot be reached; the next call tries again.
+    XcbDesktop* connected() {
+        const std::lock_guard lock(mutex_);
+        if (!desktop_)
+            if (auto made = XcbDesktop::connect(displayName_))
+                desktop_ = std::move(*made);
+        return desktop_.get();
+    }
+
+private:
+    std::string displayName_;
+    std::mutex mutex_;
+    std::unique_ptr<XcbDesktop> desktop_;
+};
+
+std::string helperProgram(const std::string& folder, const char* name) {
+    std::string path = folder.empty() ? std::string() : appendPath(folder, name);
+    return !path.empty() && ::access(path.c_str(), X_OK) == 0 ? path : std::string();
+}
+
+/// The program's path, looked up in PATH; "" when there is none.
+std::string findProgram(const std::string& name) {
+    if (name.find('/') != std::string::npos)
+        return name;
+    const char* folders = std::getenv("PATH");
+    for (std::string_view folder : split(folders ? folders : "/usr/bin:/bin", ':'))
+        if (std::string path = appendPath(folder, name); ::access(path.c_str(), X_OK) == 0)
+            return path;
+    return {};
+}
+
+class X11Platform final : public Platform {
+public:
+    explicit X11Platform(PlatformSurroundings surroundings)
+        : loop_(surroundings.loop)
+        , log_(surroundings.log)
+        , taps_(surroundings.loop,
+                {.displayName = surroundings.displayName,
+                 .ledger = &ledger_,
+                 .guardProgram = helperProgram(surroundings.programFolder, "varnel-keyguard"),
+                 .onConnectionLost = std::move(surroundings.onConnectionLost),
+                 .onTroubleChanged = std::move(surroundings.onTroubleChanged)})
+        , fileEvents_(surroundings.loop)
+        , desktop_(surroundings.displayName)
+        , workspace_({.files = files_,
+                      .windows = &desktop_,
+                      .environment = environmentStrings(),
+                      .start = startDetached})
+        , workspaceTable_(workspace_.table())
+        , activator_(workspace_, files_, log_)
+        , posting_({.displayName = surroundings.displayName,
+                    .ledger = &ledger_,
+                    .windows = &desktop_,
+                    .frontmostProcess = [this] { return desktop_.frontmostProcess(); }},
+                   log_) {}
+
+    KeyboardEventTapSessionCreating& eventTaps() override { return taps_; }
+    [[nodiscard]] std::string captureError() const override { return taps_.error(); }
+    FileEventSource& fileEvents() override { return fileEvents_; }
+
+    CommandServices commandServices() override {
+        return {
+            .applicationActivator = activator_,
+            .bundleIdentifier = workspaceTable_.bundleIdentifier,
+            .eventPoster =
+                [this](const std::vector<KeyboardShortcutEvent>& events,
+                       const KeyboardShortcutDeliveryRoute& route) { return posting_.post(events, route); },
+            .frontmostProcessIdentifier = [this] { return desktop_.frontmostProcess(); },
+            .log = log_};
+    }
+
+    void startProgram(const std::vector<std::string>& argv) override {
+        if (std::string program = findProgram(argv.at(0)); !program.empty())
+            (void)startDetached({program, argv, environmentStrings(), {}});
+    }
+
+    void prepareCommands() override {
+        if (XcbDesktop* desktop = desktop_.connected())
+            attachment_ = desktop->attach(loop_);
+    }
+
+private:
+    EventLoop& loop_;
+    LogSink& log_;
+    PostedKeyLedger ledger_;
+    PosixFileSystem files_;
+    XcbKeyboardEventTapSessionFactory taps_;
+    InotifyFileEventSource fileEvents_;
+    DesktopOnDemand desktop_;
+    LinuxWorkspace workspace_;
+    WorkspaceTable workspaceTable_;
+    LinuxApplicationActivator activator_;
+    XcbShortcutPosting posting_;
+    Subscription attachment_;
+};
+
+} // namespace
+
+std::unique_ptr<Platform> makePlatform(PlatformSurroundings surroundings) {
+    return std::make_unique<X11Platform>(std::move(surroundings));
+}
+
+} // namespace varnel
