@@ -126,6 +126,7 @@ public:
     std::optional<std::string> windowTitle(WindowNumber window) override;
 
 private:
+    std::optional<WindowServerSpaceSnapshot> displaySpaces();
     std::vector<SpaceIdentifier> spacesOfWindow(WindowNumber window);
     void addWindows(WindowServerSpaceSnapshot& snapshot);
 

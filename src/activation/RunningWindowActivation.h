@@ -43,6 +43,10 @@ public:
     std::expected<void, WindowError> activate(const RunningWindow& window);
 
 private:
+    std::expected<void, WindowError> attempt(const RunningWindow& window);
+    bool focusPrivately(const RunningWindow& window);
+    void trace(const std::string& line);
+
     WindowFocusing& focusing_;
     PrivateWindowServerControlling* privateServer_;
     WindowActivationEnvironment environment_;

@@ -178,14 +178,21 @@ std::optional<WindowNumber> XcbDesktop::activeWindow() {
     return state_->cache.active();
 }
 
-std::optional<ProcessIdentifier> XcbDesktop::frontmostProcess() {
+std::optional<DesktopWindow> XcbDesktop::frontWindow() {
     const std::lock_guard lock(state_->mutex);
     state_->update();
     const auto& windows = state_->cache.windows();
     const auto found = std::ranges::find(windows, state_->cache.active(), &DesktopWindow::id);
-    if (found == windows.end() || found->process == 0)
+    if (found == windows.end())
         return std::nullopt;
-    return found->process;
+    return *found;
+}
+
+std::optional<ProcessIdentifier> XcbDesktop::frontmostProcess() {
+    const std::optional<DesktopWindow> window = frontWindow();
+    if (!window || window->process == 0)
+        return std::nullopt;
+    return window->process;
 }
 
 std::expected<std::vector<RunningWindow>, WindowError> XcbDesktop::runningWindows() {

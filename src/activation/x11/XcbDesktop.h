@@ -40,6 +40,7 @@ public:
     std::vector<DesktopWindow> clientWindows();
     /// From the cache.
     std::optional<WindowNumber> activeWindow();
+    std::optional<DesktopWindow> frontWindow(); ///< the active one, when it is a client window
     std::optional<ProcessIdentifier> frontmostProcess() override;
 
     /// With titles, desktops and states read anew (one round trip for all).
