@@ -1,0 +1,138 @@
+#include "base/Text.h"
+#include "config/ConfigFindings.h"
+#include "keyboard/notation/KeyTokenCodec.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace varnel {
+namespace {
+
+constexpr std::string_view kStepSeparator = "\x1f";
+constexpr KeyCode kCapsLockCode = 57, kFunctionCode = 63;
+
+/// Why no keyboard can produce this step, with the remedy; empty when one can.
+std::string whyNotTypable(const std::string& step) {
+    if (trimmed(step).empty())
+        return "it is empty. Remove it.";
+    if (KeyTokenCodec::isModifierOnly(step)) {
+        if (modifierNamed(KeyTokenCodec::liveSpelling(step)))
+            return {};
+        return "bare modifiers are tapped one at a time. Add a key to it or make each modifier a step.";
+    }
+    const auto parsed = KeyTokenCodec::parse(step);
+    if (!parsed)
+        return KeyTokenCodec::explain(step) + ". Correct it.";
+    if (const auto modifier = modifierForKeyCode(parsed->keyCode))
+        return "it is a modifier key, which is written \"" + std::string(modifierName(*modifier)) + "\".";
+    if (parsed->keyCode == kCapsLockCode || parsed->keyCode == kFunctionCode)
+        return "this key is never seen as a key of its own. Use another one.";
+    return {};
+}
+
+std::string shown(const std::vector<std::string>& keys) {
+    return quoteForMessage(join(keys, " "));
+}
+
+/// The triggers of a configuration as the keyboard produces them.
+class TriggerCheck {
+public:
+    TriggerCheck(const CheckedConfig& config, ConfigFindings& findings)
+        : config_(config)
+        , findings_(findings) {}
+
+    void run() {
+        live_.reserve(config_.document.items.size());
+        for (std::size_t index = 0; index < config_.document.items.size(); ++index) {
+            live_.push_back(KeyTokenCodec::liveSpelling(config_.item(index).keys));
+            checkSteps(index);
+            checkEqual(index);
+        }
+        for (std::size_t index = 0; index < config_.document.items.size(); ++index)
+            checkReachable(index);
+    }
+
+private:
+    void checkSteps(std::size_t index) {
+        const std::vector<std::string>& keys = config_.item(index).keys;
+        if (keys.empty())
+            findings_.addForItem("empty-keys", index, {"keys"},
+                                 "has no keys, so it can never be typed. Give it a trigger or remove it.");
+        for (std::size_t step = 0; step < keys.size(); ++step) {
+            const std::string reason = whyNotTypable(keys[step]);
+            if (!reason.empty())
+                findings_.addForItemAt("untypable-trigger", index, stepPath(index, step),
+                                       "can't be typed: step " + std::to_string(step + 1) + ", " +
+                                           quoteForMessage(keys[step]) + ": " + reason);
+            else if (step > 0 && live_[index][step] == "escape")
+                findings_.addForItemAt(
+                    "unreachable-trigger", index, stepPath(index, step),
+                    "can't be reached: \"escape\" closes an open sequence. Use another key for step " +
+                        std::to_string(step + 1) + ".");
+        }
+    }
+
+    void checkEqual(std::size_t index) {
+        const ConfigItem& item = config_.item(index);
+        if (item.keys.empty())
+            return;
+        const std::string whole = join(live_[index], kStepSeparator);
+        if (item.type == ItemType::action && item.isEnabled)
+            completing_.emplace(whole, index);
+        const auto [known, isNew] = first_.emplace(whole, index);
+        if (isNew)
+            return;
+        const ConfigItem& other = config_.item(known->second);
+        std::string message = "has the trigger " + shown(item.keys);
+        if (item.keys != other.keys)
+            message += ", typed like " + shown(other.keys) + ",";
+        message += " of " + config_.mention(known->second) + "; " + consequence(item, other) +
+                   " Change or remove one of them.";
+        findings_.addForItem("equal-trigger", index, {"keys"}, message);
+    }
+
+    static const char* consequence(const ConfigItem& item, const ConfigItem& other) {
+        if (item.type != other.type)
+            return "the action runs and the group never opens.";
+        return item.type == ItemType::action ? "only the first enabled one runs." : "they are one group.";
+    }
+
+    void checkReachable(std::size_t index) {
+        const ConfigItem& item = config_.item(index);
+        if (!item.isEnabled || item.type != ItemType::action)
+            return;
+        std::string prefix;
+        for (std::size_t count = 1; count < live_[index].size(); ++count) {
+            prefix += count > 1 ? kStepSeparator : "";
+            prefix += live_[index][count - 1];
+            const auto earlier = completing_.find(prefix);
+            if (earlier == completing_.end())
+                continue;
+            findings_.addForItem(
+                "unreachable-trigger", index, {"keys"},
+                "can't be reached: " + config_.mention(earlier->second) + " runs as soon as its trigger " +
+                    shown(config_.item(earlier->second).keys) + " is typed. Change one of the two triggers.");
+            return;
+        }
+    }
+
+    [[nodiscard]] JSONPath stepPath(std::size_t index, std::size_t step) const {
+        JSONPath path = config_.memberPath(index, {"keys"});
+        path.emplace_back(step);
+        return path;
+    }
+
+    const CheckedConfig& config_;
+    ConfigFindings& findings_;
+    std::vector<std::vector<std::string>> live_;
+    std::unordered_map<std::string, std::size_t> first_;      ///< trigger to the first item with it
+    std::unordered_map<std::string, std::size_t> completing_; ///< to the action that it runs
+};
+
+} // namespace
+
+void checkTriggers(const CheckedConfig& config, ConfigFindings& findings) {
+    TriggerCheck(config, findings).run();
+}
+
+} // namespace varnel
