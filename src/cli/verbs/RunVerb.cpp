@@ -1,9 +1,5 @@
 #include "base/PollEventLoop.h"
-#include "cli/AbsolutePath.h"
-#include "cli/Verb.h"
-#include "runtime/Application.h"
-#include "runtime/ProcessMemory.h"
-#include "runtime/ProgramLocation.h"
+#include "cli/RunOptions.h"
 
 #include <unistd.h>
 
@@ -14,17 +10,6 @@
 namespace varnel {
 
 namespace {
-
-ApplicationOptions optionsOf(const VerbCall& call) {
-    ApplicationOptions options{.paths = RuntimePaths::fromEnvironment(), .programFolder = programFolder()};
-    if (auto path = call.value(kConfigOption.name))
-        options.configPath = absolutePath(*path);
-    if (auto folder = call.value(kBundledPluginsOption.name))
-        options.bundledPlugins = absolutePath(*folder);
-    if (auto folder = call.value(kUserPluginsOption.name))
-        options.userPlugins = absolutePath(*folder);
-    return options;
-}
 
 /// Lets the application with windows take this process's place. Comes back only when that is not possible;
 /// the result says why.
@@ -46,25 +31,13 @@ std::string startWithWindows(const VerbCall& call, const ApplicationOptions& opt
 }
 
 int run(const VerbCall& call, Console& console) {
-    ApplicationOptions options = optionsOf(call);
+    ApplicationOptions options = applicationOptions(call);
     if (!call.has("--headless")) {
         std::string reason = startWithWindows(call, options);
         console.complain(reason + "; running without windows");
     }
-    prepareMemoryForLongLife();
     PollEventLoop loop;
-    Application application(loop, std::move(options));
-    if (auto started = application.start(); !started) {
-        console.complain(started.error());
-        return ExitStatus::failed;
-    }
-    console.out.line(application.hotkeys().statusLine());
-    console.out.flush();
-    loop.run();
-    if (application.failure().empty())
-        return ExitStatus::fine;
-    console.complain(application.failure());
-    return ExitStatus::failed;
+    return runApplication(loop, std::move(options), console);
 }
 
 constexpr VerbOption kOptions[] = {
