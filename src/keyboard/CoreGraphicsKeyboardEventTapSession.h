@@ -50,8 +50,12 @@ struct EventTapFunctions {
 /// An open tap with its run-loop source. Destroying it closes it.
 class CoreGraphicsKeyboardEventTapSession : public KeyboardEventTapSession {
 public:
+    /// Where a tap's callback finds its session; null before the session exists and when it is gone.
+    using Slot = std::shared_ptr<CoreGraphicsKeyboardEventTapSession*>;
+
+    /// Takes over tap and source. `functions` must stay until the session is invalidated.
     CoreGraphicsKeyboardEventTapSession(const EventTapFunctions& functions, SystemObject eventTap,
-                                        SystemObject runLoopSource);
+                                        SystemObject runLoopSource, Slot slot);
     ~CoreGraphicsKeyboardEventTapSession() override;
     CoreGraphicsKeyboardEventTapSession(const CoreGraphicsKeyboardEventTapSession&) = delete;
     CoreGraphicsKeyboardEventTapSession& operator=(const CoreGraphicsKeyboardEventTapSession&) = delete;
@@ -66,6 +70,7 @@ private:
     const EventTapFunctions& functions_;
     SystemObject eventTap_;
     SystemObject runLoopSource_;
+    Slot slot_;
     bool isInvalidated_ = false;
 };
 
@@ -73,7 +78,7 @@ private:
 /// process posted itself pass and are never offered.
 class CoreGraphicsKeyboardEventTapSessionFactory : public KeyboardEventTapSessionCreating {
 public:
-    /// The factory must outlive its sessions.
+    /// The factory must outlive its sessions until they are invalidated.
     explicit CoreGraphicsKeyboardEventTapSessionFactory(EventTapFunctions functions);
     std::unique_ptr<KeyboardEventTapSession> createSession(KeyboardTapCallback callback) override;
 

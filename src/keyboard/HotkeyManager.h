@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/EventLoop.h"
+#include "base/LoopTasks.h"
 #include "commands/CommandExecutor.h"
 #include "keyboard/DynamicChoices.h"
 #include "keyboard/HintState.h"
@@ -9,9 +10,9 @@
 #include "keyboard/SequenceMachine.h"
 #include "keyboard/TimingPreferences.h"
 
+#include <cstdint>
 #include <deque>
 #include <functional>
-#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -103,21 +104,23 @@ public:
     [[nodiscard]] Subscription observe(Topic topic, std::function<void()> observer);
 
 private:
-    struct Observers;
-
-    void apply(SequenceStep step, TimePoint now);
-    void resolveChoices(const ConfigItem& item, TimePoint now);
+    void apply(SequenceStep step);
+    void resolveChoices(const ConfigItem& item, std::uint64_t request);
     void execute(const ConfigItem& item, const std::optional<DynamicChoice>& choice);
-    void commandFinished(std::optional<std::string> message, const std::string& name);
+    void commandFinished(std::string message);
     void setStatusMessage(std::string message);
-    void clearTransientStatus();
     void armTimer();
-    void timerFired();
     void publishInterest();
     KeyInterest currentInterest();
-    void recordToken(const std::string& token);
+    const std::shared_ptr<const std::vector<std::string>>&
+    continuationInterest(const SequenceMachine::PendingPassthrough& pending);
+    void recordToken(const std::string& token, bool isPlainTyping);
     void changed(Topic topic);
-    std::vector<HintRow> rowsFor(const SequenceMachine::State& state) const;
+    [[nodiscard]] std::unique_ptr<KeyboardMonitoring> startMonitor(KeyboardMonitorCreating& factory,
+                                                                   KeyTokenHandler handler);
+
+    /// Lets callbacks find out that the manager is gone.
+    struct Alive {};
 
     HotkeyManagerDependencies dependencies_;
     ConfigItems rootItems_;
@@ -131,17 +134,19 @@ private:
     std::string statusMessage_;
     std::string lastTriggerInfo_;
     std::string lastPressedKey_;
-    std::vector<std::string> debugTokens_; ///< a ring; `debugNext_` is where the next one goes
-    std::size_t debugNext_ = 0;
+    std::vector<std::string> debugTokens_; ///< a ring
+    std::size_t debugNext_ = 0;            ///< where the next token goes
     std::optional<TimePoint> timerDeadline_;
     Subscription timer_;
-    Subscription statusTimer_;
+    std::deque<Subscription> statusChecks_; ///< one for each command that finished in the last seconds
     Subscription choiceRequest_;
     KeyInterest publishedInterest_;
     std::shared_ptr<const std::vector<std::string>> escapeOnly_;
-    std::shared_ptr<const std::vector<std::string>> continuationTokens_;
-    HotkeyLookupIndex::Position continuationOf_;
-    std::shared_ptr<Observers> observers_;
+    std::shared_ptr<const std::vector<std::string>> continuationTokens_; ///< cached for `continuationOf_`
+    std::uint32_t continuationOf_ = 0;
+    CallbackList observers_; ///< by topic
+    std::set<Topic> postedTopics_;
+    std::shared_ptr<Alive> alive_ = std::make_shared<Alive>();
 };
 
 } // namespace varnel

@@ -31,6 +31,7 @@ public:
 
 private:
     struct Core;
+    KeyboardEventTapSessionCreating& eventTapFactory_;
     std::shared_ptr<Core> core_;
 };
 

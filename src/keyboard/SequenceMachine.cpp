@@ -1,5 +1,6 @@
 #include "keyboard/SequenceMachine.h"
 
+#include "base/Localized.h"
 #include "keyboard/notation/KeyTokenCodec.h"
 
 #include <algorithm>
@@ -75,10 +76,14 @@ SequenceStep SequenceMachine::handle(std::string_view token, TimePoint now) {
     return handleIdle(token, now);
 }
 
+SequenceStep SequenceMachine::trigger(const Position& position, TimePoint now) {
+    const ConfigItem* item = index_.action(position);
+    return item ? complete(position, *item, now) : SequenceStep();
+}
+
 SequenceStep SequenceMachine::handleIdle(std::string_view token, TimePoint now) {
     const auto position = index_.advance(index_.root(), token);
-    const bool matches = position && (index_.action(*position) || index_.isPrefix(*position));
-    if (!matches) {
+    if (!position || !leadsAnywhere(*position)) {
         if (std::holds_alternative<Idle>(state_))
             return {};
         return enter(Idle(), KeyDecision::passThrough);
@@ -91,18 +96,34 @@ SequenceStep SequenceMachine::handleIdle(std::string_view token, TimePoint now) 
 
 SequenceStep SequenceMachine::handleCapture(const Capture& state, std::string_view token, TimePoint now) {
     const auto position = index_.advance(state.position, token);
-    if (!position || !(index_.action(*position) || index_.isPrefix(*position)))
+    if (!position || !leadsAnywhere(*position))
         return invalidInput();
     return proceed(*position, now);
 }
 
 SequenceStep SequenceMachine::handlePassthrough(const PendingPassthrough& state, std::string_view token,
                                                 TimePoint now) {
+    const auto position = continuation(state, token);
+    return position ? proceed(*position, now) : handleIdle(token, now);
+}
+
+bool SequenceMachine::leadsAnywhere(const Position& position) const {
+    return index_.action(position) || index_.isPrefix(position);
+}
+
+std::optional<Position> SequenceMachine::continuation(const PendingPassthrough& state,
+                                                      std::string_view token) const {
     const auto position = index_.advance(state.position, token);
     const bool continues =
-        position && (index_.action(*position) || index_.isPrefix(*position)) &&
+        position && leadsAnywhere(*position) &&
         (index_.allowsAnyContinuation(state.position) || index_.leadsToPassthroughGroup(*position));
-    return continues ? proceed(*position, now) : handleIdle(token, now);
+    return continues ? position : std::nullopt;
+}
+
+std::vector<std::string> SequenceMachine::continuations(const PendingPassthrough& state) const {
+    std::vector<std::string> tokens = index_.nextTokens(state.position).sorted();
+    std::erase_if(tokens, [&](const std::string& token) { return !continuation(state, token); });
+    return tokens;
 }
 
 /// The key belongs to a trigger: runs it or waits for the next step.
@@ -116,7 +137,7 @@ SequenceStep SequenceMachine::proceed(const Position& position, TimePoint now) {
 SequenceStep SequenceMachine::complete(const Position& position, const ConfigItem& item, TimePoint now) {
     if (!item.action) {
         SequenceStep step = enter(Idle(), KeyDecision::swallow);
-        step.message = "No handler found for action: " + item.name;
+        step.message = localized("No handler found for action: " + item.name);
         return step;
     }
     if (needsChoice_ && needsChoice_(item)) {
@@ -179,7 +200,7 @@ SequenceStep SequenceMachine::choicesResolved(std::uint64_t choiceRequest,
     if (!state || !state->isLoading || state->id != choiceRequest)
         return {};
     if (!answer || answer->choices.empty()) {
-        std::string message = answer ? "No choices for: " + state->item->name : answer.error();
+        std::string message = answer ? localized("No choices for: " + state->item->name) : answer.error();
         SequenceStep step = enter(Idle(), KeyDecision::swallow);
         step.message = std::move(message);
         return step;
@@ -247,7 +268,7 @@ SequenceStep SequenceMachine::expire(TimePoint now) {
         return {};
     std::optional<std::string> message;
     if (auto* choice = std::get_if<DynamicChoiceState>(&state_); choice && choice->isLoading)
-        message = "Finding the choices took too long: " + choice->item->name;
+        message = localized("Finding the choices took too long: " + choice->item->name);
     SequenceStep step = enter(Idle(), KeyDecision::passThrough);
     step.message = std::move(message);
     return step;

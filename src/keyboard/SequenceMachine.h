@@ -59,6 +59,8 @@ public:
 
     /// Answers before the event's callback returns. Allocates nothing for a token that matches nothing.
     [[nodiscard]] SequenceStep handle(std::string_view token, TimePoint now);
+    /// Runs the action at `position` as if the rest of its trigger had been typed.
+    SequenceStep trigger(const HotkeyLookupIndex::Position& position, TimePoint now);
     [[nodiscard]] std::optional<TimePoint> nextDeadline() const;
     /// Nothing before the deadline: a late call can't end a younger interaction.
     SequenceStep expire(TimePoint now);
@@ -110,8 +112,14 @@ public:
     using State =
         std::variant<Idle, Capture, PendingPassthrough, DynamicChoiceState, SelectionFeedback, FrozenOverlay>;
     [[nodiscard]] const State& state() const { return state_; }
+    /// The tokens with which a sequence whose first key was let through goes on.
+    [[nodiscard]] std::vector<std::string> continuations(const PendingPassthrough& state) const;
 
 private:
+    /// Something can be typed that begins with, or is, this.
+    [[nodiscard]] bool leadsAnywhere(const HotkeyLookupIndex::Position& position) const;
+    [[nodiscard]] std::optional<HotkeyLookupIndex::Position> continuation(const PendingPassthrough& state,
+                                                                          std::string_view token) const;
     SequenceStep handleIdle(std::string_view token, TimePoint now);
     SequenceStep handleCapture(const Capture& state, std::string_view token, TimePoint now);
     SequenceStep handlePassthrough(const PendingPassthrough& state, std::string_view token, TimePoint now);

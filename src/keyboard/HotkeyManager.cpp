@@ -1,0 +1,335 @@
+#include "keyboard/HotkeyManager.h"
+
+#include "base/Text.h"
+#include "keyboard/HintStateBuilder.h"
+#include "keyboard/notation/KeyTokenCodec.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace varnel {
+namespace {
+
+constexpr std::size_t kDebugTokenCount = 32;
+constexpr Duration kTransientStatusTime = 3s;
+constexpr std::string_view kEscape = "escape";
+
+/// Canonical tokens begin with their first modifier, and no key's name begins like one.
+bool isShortcut(std::string_view token) {
+    return token.starts_with("cmd") || token.starts_with("ctrl") || token.starts_with("alt");
+}
+
+bool isTransient(std::string_view status) {
+    return status.starts_with("Executed:") || status.starts_with("Launched:");
+}
+
+SequenceMachine::NeedsChoice choiceTest(const DynamicChoiceRegistry* registry) {
+    if (!registry)
+        return {};
+    return [registry](const ConfigItem& item) { return registry->resolverFor(item) != nullptr; };
+}
+
+} // namespace
+
+HotkeyManager::HotkeyManager(HotkeyManagerDependencies dependencies)
+    : dependencies_(std::move(dependencies))
+    , rootItems_(std::make_shared<const std::vector<ConfigItem>>())
+    , machine_(dependencies_.timings, choiceTest(dependencies_.dynamicChoiceRegistry))
+    , escapeOnly_(std::make_shared<const std::vector<std::string>>(1, std::string(kEscape))) {
+    // Recording a token must not allocate on the way of a key.
+    lastPressedKey_.reserve(KeyTokenCodec::kLongestLiveToken);
+    debugTokens_.resize(kDebugTokenCount);
+    for (std::string& token : debugTokens_)
+        token.reserve(KeyTokenCodec::kLongestLiveToken);
+    publishInterest();
+}
+
+HotkeyManager::~HotkeyManager() {
+    stopLocalMonitoring();
+    stopGlobalMonitoring();
+}
+
+// Monitoring
+
+std::unique_ptr<KeyboardMonitoring> HotkeyManager::startMonitor(KeyboardMonitorCreating& factory,
+                                                                KeyTokenHandler handler) {
+    auto monitor = factory.createMonitor(std::move(handler));
+    if (!monitor)
+        return nullptr;
+    monitor->setInterest(publishedInterest_);
+    return monitor->start() ? std::move(monitor) : nullptr;
+}
+
+bool HotkeyManager::startGlobalMonitoring() {
+    stopGlobalMonitoring();
+    monitor_ = startMonitor(dependencies_.keyboardMonitorFactory,
+                            [this](const std::string& token, TimePoint time) { return handle(token, time); });
+    isGlobalOn_ = monitor_ != nullptr;
+    axTrusted_ = dependencies_.isAccessibilityTrusted && dependencies_.isAccessibilityTrusted();
+    if (dependencies_.writeDiagnostic)
+        dependencies_.writeDiagnostic(std::string("HotkeyManager: Global monitoring started: ") +
+                                      (isGlobalOn_ ? "true" : "false") +
+                                      ", AX: " + (axTrusted_ ? "true" : "false"));
+    changed(Topic::status);
+    return isGlobalOn_;
+}
+
+void HotkeyManager::stopGlobalMonitoring() {
+    reset("monitoring stopped");
+    if (auto monitor = std::exchange(monitor_, nullptr))
+        monitor->stop();
+    if (std::exchange(isGlobalOn_, false))
+        changed(Topic::status);
+}
+
+bool HotkeyManager::startLocalMonitoring() {
+    stopLocalMonitoring();
+    if (!dependencies_.localMonitorFactory)
+        return false;
+    // What the global monitor let through must not be handled again on its way into our own windows.
+    localMonitor_ =
+        startMonitor(*dependencies_.localMonitorFactory, [this](const std::string& token, TimePoint time) {
+            return !isGlobalOn_ && handle(token, time);
+        });
+    isLocalOn_ = localMonitor_ != nullptr;
+    changed(Topic::status);
+    return isLocalOn_;
+}
+
+void HotkeyManager::stopLocalMonitoring() {
+    if (auto monitor = std::exchange(localMonitor_, nullptr))
+        monitor->stop();
+    if (std::exchange(isLocalOn_, false))
+        changed(Topic::status);
+}
+
+void HotkeyManager::suspend(const std::string& reason) {
+    if (!suspensionReasons_.insert(reason).second)
+        return;
+    reset("suspended");
+    publishInterest();
+    changed(Topic::status);
+}
+
+void HotkeyManager::resume(const std::string& reason) {
+    if (suspensionReasons_.erase(reason) == 0)
+        return;
+    publishInterest();
+    changed(Topic::status);
+}
+
+void HotkeyManager::updateConfiguration(ConfigItems items) {
+    apply(machine_.setIndex(HotkeyLookupIndex::build(items)));
+    rootItems_ = items ? std::move(items) : std::make_shared<const std::vector<ConfigItem>>();
+    continuationTokens_.reset();
+    publishInterest();
+    changed(Topic::status);
+}
+
+// Keys
+
+bool HotkeyManager::handle(const std::string& token, TimePoint time) {
+    if (isSuspended())
+        return false;
+    if (const auto deadline = machine_.nextDeadline(); deadline && *deadline <= time)
+        apply(machine_.expire(time));
+    SequenceStep step = machine_.handle(token, time);
+    const bool swallows = step.decision == KeyDecision::swallow;
+    recordToken(token, !swallows && !isShortcut(token));
+    apply(std::move(step));
+    return swallows;
+}
+
+void HotkeyManager::reset(std::string_view) {
+    apply(machine_.reset());
+}
+
+bool HotkeyManager::trigger(const std::vector<std::string>& tokens) {
+    const auto position = machine_.index().find(KeyTokenCodec::liveSpelling(tokens));
+    if (!position || !machine_.index().action(*position))
+        return false;
+    reset("triggered");
+    apply(machine_.trigger(*position, dependencies_.loop.now()));
+    return true;
+}
+
+void HotkeyManager::recordToken(const std::string& token, bool isPlainTyping) {
+    lastPressedKey_ = token;
+    if (isPlainTyping)
+        return;
+    debugTokens_[debugNext_] = token;
+    debugNext_ = (debugNext_ + 1) % kDebugTokenCount;
+}
+
+std::vector<std::string> HotkeyManager::debugTokens() const {
+    std::vector<std::string> result;
+    for (std::size_t i = 0; i < kDebugTokenCount; ++i)
+        if (const std::string& token = debugTokens_[(debugNext_ + i) % kDebugTokenCount]; !token.empty())
+            result.push_back(token);
+    return result;
+}
+
+/// Does what the rules asked for.
+void HotkeyManager::apply(SequenceStep step) {
+    for (KeyboardMonitoring* monitor : {monitor_.get(), localMonitor_.get()}) {
+        if (monitor && step.suppression == SequenceStep::Suppression::begin)
+            monitor->suppress(step.suppressFor);
+        else if (monitor && step.suppression == SequenceStep::Suppression::end)
+            monitor->endSuppression();
+    }
+    if (step.changed) {
+        if (machine_.interaction() != Interaction::dynamicChoice)
+            choiceRequest_.reset();
+        armTimer();
+        publishInterest();
+        changed(Topic::hints);
+    }
+    if (step.message)
+        setStatusMessage(std::move(*step.message));
+    if (step.completed)
+        execute(*step.completed, step.choice);
+    if (step.choicesWanted)
+        resolveChoices(*step.choicesWanted, step.choiceRequest);
+}
+
+void HotkeyManager::armTimer() {
+    const auto deadline = machine_.nextDeadline();
+    if (deadline == timerDeadline_ && (timer_ || !deadline))
+        return;
+    timerDeadline_ = deadline;
+    timer_.reset();
+    if (!deadline)
+        return;
+    const Duration delay = std::max(*deadline - dependencies_.loop.now(), Duration::zero());
+    timer_ = dependencies_.loop.after(delay, [this] {
+        timer_.reset();
+        apply(machine_.expire(dependencies_.loop.now()));
+        armTimer();
+    });
+}
+
+void HotkeyManager::resolveChoices(const ConfigItem& item, std::uint64_t request) {
+    const auto resolver = dependencies_.dynamicChoiceRegistry->resolverFor(item);
+    if (!resolver)
+        return;
+    auto answer = [this, alive = std::weak_ptr(alive_),
+                   request](std::expected<DynamicChoiceList, std::string> choices) {
+        if (!alive.expired())
+            apply(machine_.choicesResolved(request, std::move(choices), dependencies_.loop.now()));
+    };
+    choiceRequest_ = resolver->resolve(item, std::move(answer));
+}
+
+// Commands
+
+void HotkeyManager::execute(const ConfigItem& item, const std::optional<DynamicChoice>& choice) {
+    static const PluginSettings kNoSettings;
+    lastTriggerInfo_ = item.name + " (" + join(machine_.sequence(), " ") + ")";
+    changed(Topic::status);
+    auto report = [this, alive = std::weak_ptr(alive_)](std::string message) {
+        if (!alive.expired())
+            commandFinished(std::move(message));
+    };
+    dependencies_.commandExecutor.execute(
+        choice ? itemForChoice(item, *choice) : item,
+        dependencies_.currentConfigPath ? dependencies_.currentConfigPath() : std::string(),
+        dependencies_.pluginSettings ? dependencies_.pluginSettings() : kNoSettings, std::move(report));
+}
+
+void HotkeyManager::commandFinished(std::string message) {
+    setStatusMessage(std::move(message));
+    statusChecks_.push_back(dependencies_.loop.after(kTransientStatusTime, [this] {
+        // Checks come due in the order in which they were made.
+        const Subscription done = std::move(statusChecks_.front());
+        statusChecks_.pop_front();
+        if (isTransient(statusMessage_))
+            setStatusMessage({});
+    }));
+}
+
+void HotkeyManager::setStatusMessage(std::string message) {
+    statusMessage_ = std::move(message);
+    changed(Topic::status);
+}
+
+// Publication
+
+KeyInterest HotkeyManager::currentInterest() {
+    if (isSuspended())
+        return {};
+    switch (machine_.interaction()) {
+    case Interaction::capture:
+    case Interaction::dynamicChoice:
+        return {KeyInterest::Mode::capture, machine_.index().firstTokens()};
+    case Interaction::pendingPassthrough:
+        return {KeyInterest::Mode::watch,
+                continuationInterest(std::get<SequenceMachine::PendingPassthrough>(machine_.state()))};
+    case Interaction::frozenOverlay:
+        return {KeyInterest::Mode::watch, escapeOnly_};
+    case Interaction::idle:
+    case Interaction::selectionFeedback:
+        break;
+    }
+    return {KeyInterest::Mode::watch, machine_.index().firstTokens()};
+}
+
+const std::shared_ptr<const std::vector<std::string>>&
+HotkeyManager::continuationInterest(const SequenceMachine::PendingPassthrough& pending) {
+    if (continuationTokens_ && continuationOf_ == pending.position.node)
+        return continuationTokens_;
+    const auto& first = *machine_.index().firstTokens();
+    auto tokens = std::make_shared<std::vector<std::string>>(first);
+    auto add = [&](std::string token) {
+        if (!std::ranges::binary_search(first, token))
+            tokens->push_back(std::move(token));
+    };
+    add(std::string(kEscape));
+    for (const std::string& token : machine_.continuations(pending))
+        add(token);
+    continuationTokens_ = std::move(tokens);
+    continuationOf_ = pending.position.node;
+    return continuationTokens_;
+}
+
+void HotkeyManager::publishInterest() {
+    KeyInterest interest = currentInterest();
+    if (interest == publishedInterest_)
+        return;
+    publishedInterest_ = std::move(interest);
+    for (KeyboardMonitoring* monitor : {monitor_.get(), localMonitor_.get()})
+        if (monitor)
+            monitor->setInterest(publishedInterest_);
+}
+
+HintState HotkeyManager::hintState() const {
+    return buildHintState(machine_, dependencies_.applicationStatusResolver);
+}
+
+std::string HotkeyManager::statusLine() const {
+    std::string line = isSuspended() ? "SUSPENDED" : "active";
+    line += isLocalOn_ ? " local:on" : " local:off";
+    line += isGlobalOn_ ? " global:on" : " global:off";
+    line += axTrusted_ ? " AX:granted" : " AX:denied";
+    return line;
+}
+
+std::string HotkeyManager::trouble() const {
+    return monitor_ ? monitor_->trouble() : std::string();
+}
+
+Subscription HotkeyManager::observe(Topic topic, std::function<void()> observer) {
+    return observers_.add(static_cast<int>(topic), std::move(observer));
+}
+
+void HotkeyManager::changed(Topic topic) {
+    if (observers_.snapshot().empty() || !postedTopics_.insert(topic).second)
+        return;
+    dependencies_.loop.post([this, alive = std::weak_ptr(alive_), topic] {
+        if (alive.expired())
+            return;
+        postedTopics_.erase(topic);
+        observers_.call(static_cast<int>(topic));
+    });
+}
+
+} // namespace varnel
