@@ -77,4 +77,9 @@ std::optional<std::string> applicationPathForWindowChoice(const ConfigItem& item
     return *path;
 }
 
+bool asksForRunningApplication(const ConfigItem& item) {
+    return item.type == ItemType::action && item.action && item.action->pluginID == core::runningApps &&
+           item.action->actionID == "activate" && !item.action->params.contains("choice");
+}
+
 } // namespace varnel

@@ -76,6 +76,9 @@ private:
 /// "windowSelectionMode" is "chooseWhenMultiple", else none.
 std::optional<std::string> applicationPathForWindowChoice(const ConfigItem& item);
 
+/// A "core.running-apps"/"activate" action that does not name its application yet.
+bool asksForRunningApplication(const ConfigItem& item);
+
 /// Keys of the resolvers that the system itself brings.
 inline constexpr std::string_view kWindowChoices = "core.application.windows";
 inline constexpr std::string_view kRunningApplicationChoices = "core.running-apps.activate";
