@@ -13,10 +13,10 @@ namespace varnel {
 struct RunningWindow {
     WindowNumber id = 0;
     ProcessIdentifier process = 0; ///< 0 when unknown
-    std::string title;
-    std::string applicationName; ///< for people: "Firefox"
-    std::string applicationID;   ///< bundle identifier; on X11 the class part of WM_CLASS
-    std::string instanceName;    ///< on X11 the instance part of WM_CLASS
+    std::string title = {};
+    std::string applicationName = {}; ///< for people: "Firefox"
+    std::string applicationID = {};   ///< bundle identifier; on X11 the class part of WM_CLASS
+    std::string instanceName = {};    ///< on X11 the instance part of WM_CLASS
     std::optional<std::uint32_t> desktop = std::nullopt; ///< counted from 0; none: on all, or unknown
     bool isOnCurrentDesktop = true;
     bool isMinimized = false;

@@ -27,10 +27,10 @@ Rectangle usableArea(const Rectangle& display, const Rectangle& screen,
 
 /// Where a window is and may go.
 struct WindowGeometry {
-    Rectangle frame; ///< with its decorations
+    Rectangle frame = {}; ///< with its decorations
     bool isMaximized = false;
-    std::vector<Rectangle>
-        displays; ///< what each display offers to windows (without panels), main display first
+    /// What each display offers to windows (without panels), the main one first.
+    std::vector<Rectangle> displays = {};
     std::optional<Rectangle> remembered = std::nullopt; ///< the frame before the first arrangement
 };
 
