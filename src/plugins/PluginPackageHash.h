@@ -30,6 +30,9 @@ struct PluginPackageHashError {
 /// The sentence for the user; always valid UTF-8.
 std::string describe(const PluginPackageHashError& error);
 
+/// The path as a message can show it: bytes that are not UTF-8 as \xNN.
+std::string readablePath(const std::string& path);
+
 /// What the system says about one file of a package. Two equal listings, taken some time after the last
 /// change, mean that nobody has written to the package in between.
 struct PluginPackageEntry {

@@ -1,0 +1,108 @@
+#include "plugins/PluginValidation.h"
+
+#include "base/FileSystem.h"
+#include "base/Localized.h"
+#include "base/Text.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <set>
+
+namespace varnel {
+
+namespace {
+
+bool isBlank(std::string_view text) {
+    return trimmed(text).empty();
+}
+
+/// True when no two elements have the same `member`.
+template <typename T>
+bool areDistinct(const std::vector<T>& values, std::string T::*member) {
+    std::set<std::string_view> seen;
+    return std::ranges::all_of(values, [&](const T& value) { return seen.insert(value.*member).second; });
+}
+
+/// Collects the messages of one manifest.
+class Validation {
+public:
+    std::vector<std::string> messages;
+
+    void say(std::string text) { messages.push_back(localized(std::move(text))); }
+
+    void check(const PluginActionDescriptor& action) {
+        const std::string quoted = "'" + action.id + "'";
+        if (isBlank(action.name))
+            say("Action " + quoted + " must have a name.");
+        if (action.itemName && isBlank(action.itemName->title))
+            say("Action " + quoted + " has an empty item name title.");
+        if (action.forms && !areDistinct(*action.forms, &PluginActionFormSchema::id))
+            say("Action " + quoted + " has duplicate forms.");
+        if (action.forms)
+            for (const PluginActionFormSchema& form : *action.forms)
+                check(form, quoted);
+        checkMainElement("Action " + quoted, action.mainElementKey, action.parametersSchema);
+        if (!areDistinct(action.parametersSchema, &PluginFieldSchema::key))
+            say("Fields in action " + quoted + " must have unique keys.");
+    }
+
+private:
+    void check(const PluginActionFormSchema& form, const std::string& action) {
+        if (isBlank(form.title))
+            say("Action form " + action + " must have a name.");
+        checkMainElement("Form '" + form.id + "' in action " + action, form.mainElementKey,
+                         form.parametersSchema);
+        if (!areDistinct(form.parametersSchema, &PluginFieldSchema::key))
+            say("Fields in form '" + form.id + "' for action " + action + " must have unique keys.");
+    }
+
+    void checkMainElement(const std::string& owner, const std::optional<std::string>& key,
+                          const std::vector<PluginFieldSchema>& fields) {
+        if (!key)
+            return;
+        std::string_view wanted = trimmed(*key);
+        if (wanted.empty())
+            say(owner + " has an empty mainElementKey.");
+        else if (std::ranges::find(fields, wanted, &PluginFieldSchema::key) == fields.end())
+            say(owner + " references a missing mainElementKey.");
+    }
+};
+
+} // namespace
+
+std::string pluginExecutablePath(std::string_view packageFolder, std::string_view executable) {
+    if (executable.starts_with('/'))
+        return standardizedPath(executable);
+    return standardizedPath(appendPath(packageFolder, executable));
+}
+
+std::vector<std::string> validatePluginManifest(const PluginManifest& manifest,
+                                                std::string_view packageFolder,
+                                                std::string_view executablePath, const PathExists& exists) {
+    Validation validation;
+    if (isBlank(manifest.id))
+        validation.say("The manifest must include a non-empty ID.");
+    if (isBlank(manifest.name))
+        validation.say("The manifest must include a capability name.");
+    if (isBlank(manifest.executable))
+        validation.say("The manifest must specify an executable.");
+    if (!exists(std::string(executablePath)))
+        validation.say("The executable does not exist.");
+    if (!executablePath.starts_with(standardizedPath(packageFolder) + "/"))
+        validation.say("The executable must be inside the capability package.");
+    if (!areDistinct(manifest.actions, &PluginActionDescriptor::id))
+        validation.say("Action IDs must be unique.");
+    for (const PluginActionDescriptor& action : manifest.actions)
+        validation.check(action);
+    return std::move(validation.messages);
+}
+
+std::vector<std::string> validatePluginManifest(const PluginManifest& manifest,
+                                                std::string_view packageFolder,
+                                                std::string_view executablePath) {
+    return validatePluginManifest(manifest, packageFolder, executablePath,
+                                  [](const std::string& path) { return ::access(path.c_str(), F_OK) == 0; });
+}
+
+} // namespace varnel
