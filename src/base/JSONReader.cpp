@@ -1,5 +1,6 @@
 #include "base/JSONReader.h"
 
+#include "base/JSONPlainReader.h"
 #include "base/JSONScanner.h"
 #include "base/JSONStream.h"
 #include "base/JSONWriter.h"
@@ -17,7 +18,6 @@ namespace varnel {
 namespace {
 
 namespace ondemand = simdjson::ondemand;
-using simdjson::error_code;
 using simdjson::SUCCESS;
 
 /// Escapes can spell half a surrogate pair, which the library would pass on as invalid UTF-8.
@@ -35,8 +35,11 @@ public:
     explicit Walker(JSONHandler& handler)
         : handler_(handler) {}
 
+    /// The document must be an object or an array.
     bool run(ondemand::document& document) {
-        if (!value(document, 1))
+        ondemand::json_type type;
+        if (document.type().get(type) != SUCCESS ||
+            !(type == ondemand::json_type::object ? object(document, 1) : array(document, 1)))
             return stopped_;
         // There is no place left to read from.
         return document.current_location().error() == simdjson::OUT_OF_BOUNDS;
@@ -48,9 +51,7 @@ private:
         return goOn;
     }
 
-    /// `Source` is a document or a value.
-    template <typename Source>
-    bool value(Source& source, int depth) {
+    bool value(ondemand::value& source, int depth) {
         ondemand::json_type type;
         if (depth > kMaximumJSONDepth || source.type().get(type) != SUCCESS)
             return false;
@@ -66,7 +67,8 @@ private:
         }
         case ondemand::json_type::number: {
             double number = 0;
-            return source.get_double().get(number) == SUCCESS && tell(handler_.number(number));
+            return (source.get_double().get(number) == SUCCESS || numberTheLongWay(source, number)) &&
+                   tell(handler_.number(number));
         }
         case ondemand::json_type::boolean: {
             bool truth = false;
@@ -74,13 +76,22 @@ private:
         }
         case ondemand::json_type::null: {
             bool null = false;
-            return simdjson::simdjson_result<bool>(source.is_null()).get(null) == SUCCESS && null &&
-                   tell(handler_.null());
+            return source.is_null().get(null) == SUCCESS && null && tell(handler_.null());
         }
         }
         return false;
     }
 
+    /// The library refuses some valid numbers, such as zeros with huge exponents.
+    static bool numberTheLongWay(ondemand::value& source, double& number) {
+        const auto value = readJSONPlainly(std::string_view(source.raw_json_token()));
+        if (!value || !value->number())
+            return false;
+        number = *value->number();
+        return true;
+    }
+
+    /// `Source` is a document or a value.
     template <typename Source>
     bool object(Source& source, int depth) {
         ondemand::object members;
@@ -159,20 +170,25 @@ bool isPlainName(std::string_view key) {
 
 std::expected<void, JSONError> parseJSON(std::string_view text, JSONHandler& handler) {
     const std::string_view content = withoutByteOrderMark(text);
+    const auto first = content.find_first_not_of(" \t\r\n");
+    if (first == std::string_view::npos || (content[first] != '{' && content[first] != '[')) {
+        if (auto error = JSONScanner(text, nullptr, &handler).scan())
+            return std::unexpected(*std::move(error));
+        return {};
+    }
     const std::unique_ptr<char[]> padded(new char[content.size() + simdjson::SIMDJSON_PADDING]);
     std::memcpy(padded.get(), content.data(), content.size());
     std::memset(padded.get() + content.size(), ' ', simdjson::SIMDJSON_PADDING);
 
     ondemand::parser parser;
     ondemand::document document;
-    const auto failure = parser
-                             .iterate(std::string_view(padded.get(), content.size()),
-                                      content.size() + simdjson::SIMDJSON_PADDING)
-                             .get(document);
+    const std::string_view input(padded.get(), content.size());
+    const auto failure = parser.iterate(input, input.size() + simdjson::SIMDJSON_PADDING).get(document);
     if (failure == SUCCESS && Walker(handler).run(document))
         return {};
     if (auto error = JSONScanner(text).scan())
         return std::unexpected(*std::move(error));
+    // Only what the library cannot hold comes here: texts of 4 GB, memory running out.
     return std::unexpected(JSONError{simdjson::error_message(failure), {1, 1}});
 }
 

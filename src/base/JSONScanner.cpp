@@ -2,9 +2,13 @@
 
 #include "base/UTF8.h"
 
-#include <algorithm>
+#include <cmath>
 #include <cstdlib>
+#include <locale.h>
 #include <utility>
+#if __has_include(<xlocale.h>)
+#include <xlocale.h> // where macOS declares strtod_l
+#endif
 
 namespace varnel {
 
@@ -14,39 +18,10 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/// Whether a number that follows JSON's grammar is too large for a double.
-bool isBeyondDoubleRange(std::string_view number) {
-    std::string digits;
-    long long exponent = -1; // of the first digit that counts
-    bool fraction = false;
-    std::size_t i = number[0] == '-' ? 1 : 0;
-    for (; i < number.size() && (isDigit(number[i]) || number[i] == '.'); ++i) {
-        if (number[i] == '.') {
-            fraction = true;
-            continue;
-        }
-        const bool counts = !digits.empty() || number[i] != '0';
-        if (counts)
-            digits += number[i];
-        if (!fraction && counts)
-            ++exponent;
-        else if (fraction && !counts)
-            --exponent;
-    }
-    if (digits.empty())
-        return false;
-    if (i < number.size()) { // at the "e"
-        ++i;
-        const bool negative = number[i] == '-';
-        if (negative || number[i] == '+')
-            ++i;
-        long long written = 0;
-        for (; i < number.size(); ++i)
-            written = std::min(written * 10 + (number[i] - '0'), 1'000'000'000'000LL);
-        exponent += negative ? -written : written;
-    }
-    constexpr std::string_view kFirstInfinite = "17976931348623158079";
-    return exponent > 308 || (exponent == 308 && digits >= kFirstInfinite);
+/// The value of a number that follows JSON's grammar, whatever the process's locale is.
+double decimalValue(const std::string& number) {
+    static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+    return strtod_l(number.c_str(), nullptr, plain);
 }
 
 } // namespace
@@ -270,11 +245,10 @@ bool JSONScanner::number() {
         if (!digits())
             return fail("expected a digit, found " + found());
     }
-    if (isBeyondDoubleRange(text_.substr(begin, next_ - begin)))
+    const double value = decimalValue(std::string(text_.substr(begin, next_ - begin)));
+    if (std::isinf(value))
         return failAt(begin, "the number is too large");
-    if (handler_)
-        handler_->number(std::strtod(std::string(text_.substr(begin, next_ - begin)).c_str(), nullptr));
-    return true;
+    return tell(&JSONHandler::number, value);
 }
 
 bool JSONScanner::word(std::string_view word) {

@@ -26,7 +26,7 @@ public:
 
 /// Reads one JSON text by the rules of `readJSON` without building a tree. The handler may have received a
 /// part of the text before an error is found: on an error discard what it has gathered. When the handler ends
-/// the reading early, the result is success and what follows in the text is not looked at.
+/// the reading early, what follows in the text may go unchecked, and the result may be success all the same.
 std::expected<void, JSONError> parseJSON(std::string_view text, JSONHandler& handler);
 
 /// Builds the value of a part of a text, for handlers that want a subtree: pass it every piece, starting with

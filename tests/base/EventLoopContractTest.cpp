@@ -77,14 +77,16 @@ TEST_P(EventLoopContract, FiresTimersByDeadlineThenByRegistration) {
     std::vector<Subscription> timers;
     const TimePoint start = loop->now();
     bool early = false;
-    for (const auto& [delay, letter] : {std::pair(30ms, 'd'), {10ms, 'b'}, {10ms, 'c'}, {0ms, 'a'}, {-5ms, 'n'}})
+    for (const auto& [delay, letter] :
+         {std::pair(30ms, 'd'), {10ms, 'b'}, {10ms, 'c'}, {0ms, 'a'}, {-5ms, 'n'}})
         timers.push_back(loop->after(delay, [&, delay, letter] {
             early = early || loop->now() - start < delay;
             log += letter;
         }));
     const auto end = quitAfter(60ms);
     loop->run();
-    // Two delays that are over at once keep the order of registration unless the clock has moved between them.
+    // Two delays that are over at once keep the order of registration unless the clock has moved between
+    // them.
     EXPECT_EQ(log.substr(2), "bcd");
     EXPECT_EQ(log.substr(0, 2), "an");
     EXPECT_FALSE(early);

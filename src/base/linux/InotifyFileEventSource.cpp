@@ -33,6 +33,7 @@ struct InotifyFileEventSource::State {
     UniqueFd inotify;
     Subscription readable;
     std::vector<std::shared_ptr<Watch>> watches;
+    bool closed = false;
 
     explicit State(EventLoop& eventLoop)
         : loop(&eventLoop) {}
@@ -45,7 +46,10 @@ struct InotifyFileEventSource::State {
 
 InotifyFileEventSource::InotifyFileEventSource(EventLoop& loop)
     : state_(std::make_shared<State>(loop)) {}
-InotifyFileEventSource::~InotifyFileEventSource() = default;
+InotifyFileEventSource::~InotifyFileEventSource() {
+    state_->closed = true;
+    state_->readable.reset();
+}
 
 Subscription InotifyFileEventSource::watch(const std::string& path, std::function<void(FileEvent)> callback) {
     State& state = *state_;
@@ -53,7 +57,10 @@ Subscription InotifyFileEventSource::watch(const std::string& path, std::functio
         state.inotify.reset(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
         if (!state.inotify)
             return {};
-        state.readable = state.loop->watchReadable(state.inotify.get(), [&state] { state.read(); });
+        state.readable = state.loop->watchReadable(state.inotify.get(), [weak = std::weak_ptr(state_)] {
+            if (const auto owner = weak.lock()) // held: a callback may destroy the source
+                owner->read();
+        });
     }
     struct stat status {};
     if (stat(path.c_str(), &status) != 0)
@@ -95,7 +102,7 @@ void InotifyFileEventSource::State::handle(const inotify_event& event) {
     const bool overflow = event.mask & IN_Q_OVERFLOW; // events were lost: anything may have changed
     const auto present = watches;
     for (const auto& watch : present)
-        if (watch->live && (overflow || watch->descriptor == event.wd))
+        if (!closed && watch->live && (overflow || watch->descriptor == event.wd))
             tell(*watch, overflow ? IN_MODIFY : event.mask);
 }
 
