@@ -32,6 +32,8 @@ Result<void> tolerant(Result<void> result) {
 Result<std::string> resolveLinks(FileSystem& files, std::string path) {
     for (int count = 0; count < kMaximumLinks; ++count) {
         const auto info = files.info(path, false);
+        if (!info && info.error().code != ENOENT)
+            return std::unexpected(info.error());
         if (!info || info->kind != Info::Kind::link)
             return path;
         const auto target = files.readLink(path);
