@@ -1,5 +1,7 @@
 #include "commands/linux/DetachedProgram.h"
 
+#include "base/UniqueFd.h"
+
 #include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
@@ -11,6 +13,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <cstring>
 
 namespace varnel {
 
@@ -23,13 +26,13 @@ namespace {
 
 constexpr std::size_t kStackSize = 16384;
 constexpr int kLastSignal = 64;
+constexpr const char* kShell = "/bin/sh";
 
 enum class Step { createProcess, enterFolder, execute };
 
 struct Plan {
     const char* program = nullptr;
     char* const* arguments = nullptr;
-    char* const* shellArguments = nullptr;
     char* const* environment = nullptr;
     const char* folder = nullptr;
     char* programStack = nullptr;
@@ -79,9 +82,6 @@ VARNEL_PLAIN int becomeProgram(void* argument) {
     }
     plan.step = Step::execute;
     call(SYS_execve, address(plan.program), address(plan.arguments), address(plan.environment));
-    if (errno == ENOEXEC)
-        call(SYS_execve, address(plan.shellArguments[0]), address(plan.shellArguments),
-             address(plan.environment));
     plan.failure = errno;
     return 1;
 }
@@ -94,13 +94,21 @@ VARNEL_PLAIN int standBetween(void* argument) {
     return 0;
 }
 
-std::vector<char*> pointers(const std::vector<std::string>& texts, std::size_t skipped = 0) {
+std::vector<char*> pointers(const std::vector<std::string>& texts) {
     std::vector<char*> result;
     result.reserve(texts.size() + 1);
-    for (std::size_t i = skipped; i < texts.size(); ++i)
-        result.push_back(const_cast<char*>(texts[i].c_str()));
+    for (const std::string& text : texts)
+        result.push_back(const_cast<char*>(text.c_str()));
     result.push_back(nullptr);
     return result;
+}
+
+/// A program for another machine, or a damaged one, is nothing for the shell.
+bool isBinary(const std::string& path) {
+    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::array<char, 256> start{};
+    const ssize_t size = file ? ::read(file.get(), start.data(), start.size()) : 0;
+    return size > 0 && std::memchr(start.data(), 0, static_cast<std::size_t>(size)) != nullptr;
 }
 
 /// Returns when the program is loaded or has failed to; `plan` then tells.
@@ -128,19 +136,23 @@ void run(Plan& plan) {
 std::expected<void, ProgramStartError> startDetached(const ProgramStart& start) {
     const std::vector<char*> arguments = pointers(start.arguments);
     const std::vector<char*> environment = pointers(start.environment);
-    std::vector<char*> shellArguments = pointers(start.arguments, 1);
-    shellArguments.insert(shellArguments.begin(),
-                          {const_cast<char*>("/bin/sh"), const_cast<char*>(start.program.c_str())});
-
     Plan plan;
     plan.program = start.program.c_str();
     plan.arguments = arguments.data();
-    plan.shellArguments = shellArguments.data();
     plan.environment = environment.data();
     plan.folder = start.folder.c_str();
     run(plan);
     if (plan.failure == 0)
         return {};
+    if (plan.failure == ENOEXEC && start.program != kShell && !isBinary(start.program)) {
+        ProgramStart inShell = start;
+        inShell.program = kShell;
+        inShell.arguments = {kShell, start.program};
+        if (!start.arguments.empty())
+            inShell.arguments.insert(inShell.arguments.end(), start.arguments.begin() + 1,
+                                     start.arguments.end());
+        return startDetached(inShell);
+    }
     switch (plan.step) {
     case Step::createProcess:
         return std::unexpected(ProgramStartError{"create a process for", start.program, plan.failure});

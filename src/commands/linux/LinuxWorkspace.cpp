@@ -124,7 +124,7 @@ struct LinuxWorkspace::State {
                 return open(FileURL::fromPath(path));
         }
         if (isURL(written))
-            return startProgram("xdg-open", {written});
+            return openWithDesktop(written);
         const std::string name = url.lastPathComponent();
         if (name.ends_with(kBundleSuffix))
             return openApplication(findNamed(withoutSuffix(name, kBundleSuffix)), name);
@@ -155,7 +155,7 @@ struct LinuxWorkspace::State {
     Result openDocument(const std::string& path) {
         if (looksLikeProgram(path))
             return failure(path + " may not be executed");
-        return startProgram("xdg-open", {path});
+        return openWithDesktop(path);
     }
 
     // Finding applications
@@ -243,36 +243,40 @@ struct LinuxWorkspace::State {
             return {};
         if (entry.needsTerminal)
             return startInTerminal(std::move(*words), entry.workingFolder);
-        return startProgram(*program, std::vector(words->begin() + 1, words->end()), entry.workingFolder);
+        return startProgram(*program, std::move(*words), entry.workingFolder);
     }
 
     Result launchProgram(const std::string& path) {
         if (bringForward({.names = {lowercased(lastPathComponent(path))}, .program = path}))
             return {};
-        return startProgram(path, {});
+        return startProgram(path, {path});
     }
 
     Result startInTerminal(std::vector<std::string> words, const std::string& folder) {
         for (const char* terminal : {"x-terminal-emulator", "xterm"}) {
-            if (!findProgram(terminal))
+            const std::optional<std::string> program = findProgram(terminal);
+            if (!program)
                 continue;
-            words.insert(words.begin(), "-e");
-            return startProgram(terminal, std::move(words), folder);
+            words.insert(words.begin(), {terminal, "-e"});
+            return startProgram(*program, std::move(words), folder);
         }
         return failure("no terminal is installed");
     }
 
-    Result startProgram(const std::string& name, std::vector<std::string> arguments,
+    /// Leaves it to the desktop which application that is.
+    Result openWithDesktop(const std::string& document) {
+        const std::optional<std::string> opener = findProgram("xdg-open");
+        return opener ? startProgram(*opener, {"xdg-open", document})
+                      : failure("xdg-open, which opens documents, is not installed");
+    }
+
+    Result startProgram(const std::string& program, std::vector<std::string> arguments,
                         std::string folder = {}) {
-        const std::optional<std::string> program = findProgram(name);
-        if (!program)
-            return failure(name + " is not installed");
         if (folder.empty())
             folder = environmentValue(environment, "HOME");
         if (folder.empty() || !files.exists(folder))
             folder = "/";
-        arguments.insert(arguments.begin(), name);
-        const auto started = start({.program = *program,
+        const auto started = start({.program = program,
                                     .arguments = std::move(arguments),
                                     .environment = environment,
                                     .folder = std::move(folder)});
