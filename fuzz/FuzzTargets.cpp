@@ -11,6 +11,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <utility>
+#include <vector>
 
 namespace varnel::fuzzing {
 
@@ -85,15 +88,15 @@ constexpr std::string_view kConfiguration = R"({"items":[
  {"id":"00000000-0000-0000-0000-000000000004","type":"action","name":"three","keys":["f1","f1"]},
  {"id":"00000000-0000-0000-0000-000000000005","type":"group","name":"through","keys":["ctrl+c"],
   "allowsPassthroughPrefix":true},
- {"id":"00000000-0000-0000-0000-000000000006","type":"action","name":"four","keys":["ctrl+c","1","2"]}]})";
+ {"id":"00000000-0000-0000-0000-000000000006","type":"action","name":"four","keys":["ctrl+c","1","2"]}],
+ "pluginSettings":{}})";
 
 } // namespace
 
 void simulation(std::string_view script) {
-    ConfigItems items;
-    if (auto document = decodeDocument(kConfiguration))
-        items = document->items;
-    require(items.size() == 6, "the fuzzer's own configuration loads");
+    auto document = decodeDocument(kConfiguration);
+    require(document.has_value(), "the fuzzer's own configuration loads");
+    const auto items = std::make_shared<const std::vector<ConfigItem>>(std::move(document->items));
     int records = 0;
     Duration last{};
     const auto noFile = [](const std::string&) { return std::unexpected(std::string("no files here")); };
