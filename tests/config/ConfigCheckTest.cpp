@@ -1,0 +1,153 @@
+#include "config/ConfigCheck.h"
+#include "config/ConfigDocument.h"
+
+#include <gtest/gtest.h>
+
+namespace varnel {
+namespace {
+
+constexpr const char* kFirstID = "6F1C2B0E-4A8D-4C1E-9B7A-2D3E4F5A6B7C";
+constexpr const char* kOpen =
+    R"("action":{"pluginID":"core.application","actionID":"open","params":{"path":"/A"}})";
+
+std::string item(const std::string& name, const std::string& keys, const std::string& rest = "") {
+    return R"({"name":")" + name + R"(","keys":)" + keys + "," + (rest.empty() ? kOpen : rest) +
+           (rest.contains("\"type\":\"group\"") ? "}" : R"(,"type":"action"})");
+}
+
+std::string document(const std::vector<std::string>& items, const std::string& settings = "{}") {
+    std::string text = "{\"items\":[";
+    for (const std::string& each : items)
+        text += (text.ends_with('[') ? "\n" : ",\n") + each;
+    return text + "\n],\"pluginSettings\":" + settings + "}";
+}
+
+/// "code path line:column" of every finding.
+std::vector<std::string> findings(const std::string& text) {
+    std::vector<std::string> found;
+    for (const Diagnostic& each : checkDocument(text, builtInActions()))
+        found.push_back(each.code + " " + each.path + " " + std::to_string(each.position.line) + ":" +
+                        std::to_string(each.position.column));
+    return found;
+}
+
+TEST(ConfigCheck, FindsNothingWrongWithTheDefault) {
+    const ConfigFileDocument standard = makeDefaultDocument();
+    EXPECT_TRUE(findings(*encodeDocument(standard.items, standard.pluginSettings)).empty());
+}
+
+TEST(ConfigCheck, ReportsATextThatDoesNotLoadAsOneError) {
+    const auto found = checkDocument("{\"items\":[\n {\"name\":1}],\"pluginSettings\":{}}", {});
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(describe(found[0], "f.json"),
+              "f.json:2:10: error: items[0].name: expected a string, found a number "
+              "(line 2, column 10) [invalid-configuration]");
+    EXPECT_EQ(found[0].path, "items[0].name");
+    EXPECT_EQ(checkDocument("[", {}).at(0).code, "invalid-json");
+}
+
+TEST(ConfigCheck, FindsTriggersThatCollideOrCannotBeUsed) {
+    const std::string group = R"("type":"group")";
+    const struct {
+        const char* name;
+        std::vector<std::string> items;
+        std::vector<std::string> found;
+    } rows[] = {
+        {"equal",
+         {item("A", R"(["ctrl+j","a"])"), item("B", R"(["Ctrl+J"," a "])")},
+         {"equal-trigger items[1].keys 3:20"}},
+        {"equal when typed",
+         {item("A", R"(["enter"])"), item("B", R"(["return"])")},
+         {"equal-trigger items[1].keys 3:20"}},
+        {"equal to a group",
+         {item("A", R"(["a"])", group), item("B", R"(["a"])")},
+         {"equal-trigger items[1].keys 3:20"}},
+        {"longer than an action",
+         {item("A", R"(["a","b","c"])"), item("B", R"(["a","b"])")},
+         {"unreachable-trigger items[0].keys 2:20"}},
+        {"below a disabled action",
+         {item("A", R"(["a","b"])"), item("B", R"(["a"])", std::string(kOpen) + R"(,"isEnabled":false)")},
+         {}},
+        {"below a group", {item("A", R"(["a","b"])"), item("B", R"(["a"])", group)}, {}},
+        {"escape later",
+         {item("A", R"(["a","keycode53"])"), item("B", R"(["escape"])"), item("C", R"(["b","cmd+escape"])")},
+         {"unreachable-trigger items[0].keys[1] 2:25"}},
+        {"unknown key", {item("A", R"(["ctrl+j","fooo"])")}, {"untypable-trigger items[0].keys[1] 2:30"}},
+        {"several bare modifiers",
+         {item("A", R"(["cmd"])"), item("B", R"(["cmd+shift"])")},
+         {"untypable-trigger items[1].keys[0] 3:21"}},
+        {"modifier by code",
+         {item("A", R"(["keycode55"])"), item("B", R"([""])")},
+         {"untypable-trigger items[0].keys[0] 2:21", "untypable-trigger items[1].keys[0] 3:21"}},
+        {"no keys",
+         {item("A", "[]"), item("B", "[]")},
+         {"empty-keys items[0].keys 2:20", "empty-keys items[1].keys 3:20"}},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(findings(document(row.items)), row.found) << row.name;
+}
+
+TEST(ConfigCheck, FindsActionsThatCannotRun) {
+    const struct {
+        const char* action;
+        std::vector<std::string> found;
+    } rows[] = {
+        {"null", {"missing-action items[0].action 2:35"}},
+        {R"({"pluginID":"core.aplication","actionID":"open"})",
+         {"unknown-action items[0].action.pluginID 2:47"}},
+        {R"({"pluginID":"core.shell","actionID":"open"})", {"unknown-action items[0].action.actionID 2:71"}},
+        {R"({"pluginID":"core.shell","actionID":"run"})", {"missing-parameter items[0].action 2:35"}},
+        {R"({"pluginID":"core.shell","actionID":"run","params":{}})",
+         {"missing-parameter items[0].action.params 2:86"}},
+        {R"({"type":"application"})", {"missing-parameter items[0].action 2:35"}},
+        {R"({"pluginID":"core.application","actionID":"open","params":{"path":" "}})",
+         {"missing-parameter items[0].action.params.path 2:101"}},
+        {R"({"type":"keyboardShortcut","shortcut":"cmd+nokey"})", {"invalid-shortcut items[0].action 2:35"}},
+        {R"({"pluginID":"core.shortcut","actionID":"press","params":{"shortcut":"cmd"}})",
+         {"invalid-shortcut items[0].action.params.shortcut 2:103"}},
+        {R"({"pluginID":"core.shortcut","actionID":"press","params":{"shortcut":"cmd+c"}})", {}},
+        {R"({"pluginID":"core.running-apps","actionID":"activate"})", {}},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(findings(document({item("A", R"(["a"])", std::string(R"("action":)") + row.action)})),
+                  row.found)
+            << row.action;
+}
+
+TEST(ConfigCheck, FindsWhatSavingWouldDrop) {
+    const std::string withID = std::string(R"("id":")") + kFirstID + "\",";
+    const struct {
+        std::string text;
+        std::vector<std::string> found;
+    } rows[] = {
+        {R"({"version":1,"items":[],"pluginSettings":{"p":{"any":1}}})", {"dropped-key version 1:12"}},
+        {document({item("A", "[\"a\"]", R"("note":1,)" + std::string(kOpen))}),
+         {"dropped-key items[0].note 2:33"}},
+        {"[" + item("A", "[\"a\"]", R"("action":{"type":"application","path":"/A","command":"x"})") + "]",
+         {"dropped-key [0].action.command 1:80"}},
+        {document({item("A", "[\"a\"]", R"("allowsPassthroughPrefix":true,)" + std::string(kOpen))}),
+         {"dropped-key items[0].allowsPassthroughPrefix 2:52"}},
+        {document({item("A", "[\"a\"]", R"("name":"B",)" + std::string(kOpen))}),
+         {"duplicate-key items[0].name 2:26"}},
+        {document({item("A", "[\"a\"]", withID + kOpen), item("B", "[\"b\"]", withID + kOpen)}),
+         {"equal-id items[1].id 3:31"}},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(findings(row.text), row.found) << row.text;
+}
+
+TEST(ConfigCheck, NamesTheItemThePlaceAndTheRemedy) {
+    const auto found = checkDocument(
+        document({item("Mail", R"(["enter"])"),
+                  item("", R"(["return"])", std::string(R"("id":")") + kFirstID + "\"," + kOpen)}),
+        builtInActions());
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].message,
+              "items[1] has the trigger \"return\", typed like \"enter\", of \"Mail\" (items[0]); "
+              "only the first enabled one runs. Change or remove one of them.");
+    EXPECT_EQ(found[0].itemID, kFirstID);
+    EXPECT_EQ(found[0].severity, Diagnostic::Severity::warning);
+}
+
+} // namespace
+} // namespace varnel
