@@ -10,6 +10,7 @@ extern const Verb kFormatVerb;
 extern const Verb kTokenVerb;
 extern const Verb kLabelsVerb;
 extern const Verb kLookupVerb;
+extern const Verb kSimulateVerb;
 extern const Verb kStatusVerb;
 extern const Verb kReloadVerb;
 extern const Verb kSuspendVerb;
@@ -18,10 +19,23 @@ extern const Verb kTriggerVerb;
 extern const Verb kQuitVerb;
 
 namespace {
+// clang-format off
 constexpr const Verb* kVerbs[] = {
-    &kRunVerb,    &kCheckVerb,  &kFormatVerb,  &kTokenVerb,  &kLabelsVerb,  &kLookupVerb,
-    &kStatusVerb, &kReloadVerb, &kSuspendVerb, &kResumeVerb, &kTriggerVerb, &kQuitVerb,
+    &kRunVerb,
+    &kCheckVerb,
+    &kFormatVerb,
+    &kTokenVerb,
+    &kLabelsVerb,
+    &kLookupVerb,
+    &kSimulateVerb,
+    &kStatusVerb,
+    &kReloadVerb,
+    &kSuspendVerb,
+    &kResumeVerb,
+    &kTriggerVerb,
+    &kQuitVerb,
 };
+// clang-format on
 } // namespace
 
 std::span<const Verb* const> allVerbs() {

@@ -38,9 +38,19 @@ bool waitFor(int descriptor, short events, Clock::time_point deadline) {
     }
 }
 
-std::expected<UniqueFd, int> connectFirst(const RuntimePaths& paths) {
-    auto connected = LocalSocket::connectTo(paths.displayControlSocket());
-    return connected ? std::move(connected) : LocalSocket::connectTo(paths.controlSocket());
+/// As long as the other side is only too busy to take us, tries again.
+std::expected<UniqueFd, int> connectPatiently(const std::string& path, Clock::time_point deadline) {
+    auto connected = LocalSocket::connectTo(path);
+    while (!connected && connected.error() == EAGAIN && Clock::now() < deadline) {
+        ::poll(nullptr, 0, 5);
+        connected = LocalSocket::connectTo(path);
+    }
+    return connected;
+}
+
+std::expected<UniqueFd, int> connectFirst(const RuntimePaths& paths, Clock::time_point deadline) {
+    auto connected = connectPatiently(paths.displayControlSocket(), deadline);
+    return connected ? std::move(connected) : connectPatiently(paths.controlSocket(), deadline);
 }
 
 bool sendAll(int descriptor, std::string_view text, Clock::time_point deadline) {
@@ -73,7 +83,8 @@ std::string receiveLine(int descriptor, Clock::time_point deadline) {
 
 std::expected<JSONValue::Object, ControlClientError>
 sendControlRequest(const RuntimePaths& paths, const JSONValue::Object& request, Duration patience) {
-    auto connected = connectFirst(paths);
+    auto deadline = Clock::now() + patience;
+    auto connected = connectFirst(paths, deadline);
     if (!connected) {
         int code = connected.error();
         if (code == ENOENT || code == ECONNREFUSED || code == ENOTDIR)
@@ -81,7 +92,6 @@ sendControlRequest(const RuntimePaths& paths, const JSONValue::Object& request, 
         return std::unexpected(
             failed("cannot reach the running application: " + std::string(std::strerror(code))));
     }
-    auto deadline = Clock::now() + patience;
     if (!sendAll(connected->get(), writeCompactJSON(request) + "\n", deadline))
         return std::unexpected(failed("the running application does not listen"));
     std::string line = receiveLine(connected->get(), deadline);

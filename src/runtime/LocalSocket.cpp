@@ -57,7 +57,7 @@ std::expected<UniqueFd, int> LocalSocket::listenAt(const std::string& path) {
         return made;
     // Nobody can connect before `listen`, and by then the mode is right whatever the umask is.
     if (::bind(made->get(), address.pointer(), sizeof address.raw) != 0 || ::chmod(path.c_str(), 0600) != 0 ||
-        ::listen(made->get(), 16) != 0)
+        ::listen(made->get(), 64) != 0)
         return std::unexpected(errno);
     return made;
 }
