@@ -23,6 +23,8 @@ target_include_directories(varnel_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
 target_compile_options(varnel_options INTERFACE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Werror
   # g++ 12 warns wrongly about std::optional, std::variant and std::string at -O1 and above.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized -Wno-array-bounds -Wno-restrict -Wno-stringop-overflow -fpch-preprocess>
+  # libstdc++ 12's own std::stable_sort uses what it declares deprecated.
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-deprecated-declarations>
   -ffunction-sections -fdata-sections)
 target_link_options(varnel_options INTERFACE -Wl,--gc-sections)
 target_link_libraries(varnel_options INTERFACE Threads::Threads)
