@@ -1,0 +1,26 @@
+#include "AllocationCounter.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace varnel::test {
+namespace {
+thread_local std::size_t count = 0;
+}
+std::size_t allocationCount() {
+    return count;
+}
+} // namespace varnel::test
+
+void* operator new(std::size_t size) {
+    ++varnel::test::count;
+    if (void* memory = std::malloc(size ? size : 1))
+        return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
