@@ -102,7 +102,7 @@ private:
             for (int end : {pipe->readEnd.get(), pipe->writeEnd.get()})
                 if (int code = ::posix_spawn_file_actions_addclose(&actions_, end))
                     return launchFailure("Could not close inherited pipe", code);
-        return {};
+        return check("close inherited descriptors", closeOtherDescriptors(actions_));
     }
 
     std::expected<void, PluginProcessError> setAttributes() {

@@ -2,6 +2,7 @@
 
 #include "base/TimePoint.h"
 
+#include <spawn.h>
 #include <sys/types.h>
 
 #include <expected>
@@ -14,8 +15,10 @@ namespace varnel {
 /// error number, 0 for success.
 int openProcessPipe(int ends[2]);
 
-/// Spawn flags of this system beyond those of POSIX: where pipes cannot be made close-on-exec at once, the
-/// one that gives a child only the descriptors that it is meant to have.
+/// Makes a spawned child start without any descriptor of ours but those that its file actions name, also
+/// without those that we inherited ourselves. Returns an error number, 0 for success.
+int closeOtherDescriptors(posix_spawn_file_actions_t& actions);
+/// Spawn flags of this system to the same end.
 short extraSpawnFlags();
 
 /// False when the system refuses to run programs from this folder.

@@ -230,7 +230,8 @@ TEST(PluginManifest, OrdersAndHidesFieldsOfAForm) {
 
 TEST(PluginProtocol, WritesRequestsOnOneLineWithoutAbsentMembers) {
     PluginExecutionRequest request{"example.notes", "open", {{"note", "In/box\n"}}, {{"vault", "/v"}}, {}};
-    request.context = {"/c.json", "com.apple.finder", pluginTimestamp(std::chrono::sys_seconds(std::chrono::seconds(1735732800)))};
+    request.context = {"/c.json", "com.apple.finder",
+                       pluginTimestamp(std::chrono::sys_seconds(std::chrono::seconds(1735732800)))};
     EXPECT_EQ(
         encodeRequest(request),
         R"({"actionID":"open","context":{"configPath":"/c.json","frontmostAppBundleID":"com.apple.finder",)"

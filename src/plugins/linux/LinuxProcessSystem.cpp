@@ -65,6 +65,10 @@ int openProcessPipe(int ends[2]) {
     return ::pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno;
 }
 
+int closeOtherDescriptors(posix_spawn_file_actions_t& actions) {
+    return ::posix_spawn_file_actions_addclosefrom_np(&actions, 3);
+}
+
 short extraSpawnFlags() {
     return 0;
 }

@@ -18,6 +18,10 @@ int openProcessPipe(int ends[2]) {
     return 0;
 }
 
+int closeOtherDescriptors(posix_spawn_file_actions_t&) {
+    return 0; // the flag below does it
+}
+
 short extraSpawnFlags() {
     return POSIX_SPAWN_CLOEXEC_DEFAULT;
 }

@@ -1,0 +1,87 @@
+// Takes the place of the system's preparation calls, so that each can be made to fail in turn.
+#include "plugins/PluginProcessRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <spawn.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+namespace {
+
+const char* failingCall = "";
+int callsUntilFailure = 0;
+
+/// The result of the real function, or the failure that the test asks for.
+template <typename Function, typename... Arguments>
+int failOrCall(const char* name, Function, Arguments... arguments) {
+    if (std::strcmp(name, failingCall) == 0 && --callsUntilFailure <= 0)
+        return ENOMEM;
+    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name))(arguments...);
+}
+
+} // namespace
+
+#define FAILABLE(name, parameters, ...)                                                                      \
+    extern "C" int name parameters noexcept {                                                                \
+        return failOrCall(#name, name, __VA_ARGS__);                                                         \
+    }
+FAILABLE(posix_spawn_file_actions_init, (posix_spawn_file_actions_t * a), a)
+FAILABLE(posix_spawnattr_init, (posix_spawnattr_t * a), a)
+FAILABLE(posix_spawn_file_actions_adddup2, (posix_spawn_file_actions_t * a, int from, int to), a, from, to)
+FAILABLE(posix_spawn_file_actions_addclose, (posix_spawn_file_actions_t * a, int end), a, end)
+FAILABLE(posix_spawnattr_setflags, (posix_spawnattr_t * a, short flags), a, flags)
+FAILABLE(posix_spawnattr_setpgroup, (posix_spawnattr_t * a, pid_t group), a, group)
+FAILABLE(pipe2, (int* ends, int flags), ends, flags)
+
+namespace varnel {
+namespace {
+
+int openDescriptors() {
+    int count = 0;
+    DIR* folder = ::opendir("/proc/self/fd");
+    while (::readdir(folder))
+        ++count;
+    ::closedir(folder);
+    return count;
+}
+
+TEST(PluginProcessRunner, NamesTheStepOfAPreparationThatFails) {
+    const struct {
+        const char* call;
+        int nth;
+        const char* message;
+    } rows[] = {
+        {"posix_spawn_file_actions_init", 1, "Could not initialize file actions: Cannot allocate memory"},
+        {"posix_spawnattr_init", 1, "Could not initialize spawn attributes: Cannot allocate memory"},
+        {"posix_spawn_file_actions_adddup2", 1, "Could not connect plugin stdin: Cannot allocate memory"},
+        {"posix_spawn_file_actions_adddup2", 2, "Could not connect plugin stdout: Cannot allocate memory"},
+        {"posix_spawn_file_actions_adddup2", 3, "Could not connect plugin stderr: Cannot allocate memory"},
+        {"posix_spawn_file_actions_addclose", 1, "Could not close inherited pipe: Cannot allocate memory"},
+        {"posix_spawn_file_actions_addclose", 6, "Could not close inherited pipe: Cannot allocate memory"},
+        {"posix_spawnattr_setflags", 1, "Could not set process-group flag: Cannot allocate memory"},
+        {"posix_spawnattr_setpgroup", 1, "Could not create process group: Cannot allocate memory"},
+    };
+    const int before = openDescriptors();
+    for (const auto& row : rows) {
+        failingCall = row.call;
+        callsUntilFailure = row.nth;
+        auto result = runPluginProcess(VARNEL_BINARY_DIR "/plugin_test_child", "echo", "x", {});
+        ASSERT_FALSE(result) << row.message;
+        EXPECT_EQ(describe(result.error()), row.message);
+    }
+    for (int nth : {1, 2, 3}) {
+        failingCall = "pipe2";
+        callsUntilFailure = nth;
+        EXPECT_FALSE(runPluginProcess(VARNEL_BINARY_DIR "/plugin_test_child", "echo", "x", {}));
+    }
+    failingCall = "";
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+} // namespace
+} // namespace varnel
