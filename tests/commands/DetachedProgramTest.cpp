@@ -112,7 +112,7 @@ TEST(DetachedProgram, SaysWhyItDidNotStart) {
         EXPECT_EQ(started.error(), row.error);
         EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1); // no zombie either
     }
-    EXPECT_EQ(describe(rows[3].error), "Could not execute /no/such: No such file or directory");
+    EXPECT_EQ(describe(ProgramStartError{"execute", "/no/such", ENOENT}), "Could not execute /no/such: No such file or directory");
 }
 
 } // namespace

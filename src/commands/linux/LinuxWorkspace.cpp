@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <variant>
 
 namespace varnel {
@@ -69,6 +70,13 @@ bool looksLikeProgram(const std::string& path) {
                                              "ELF";
 }
 
+/// A file, whatever it is called.
+struct FileIdentity {
+    std::uint64_t device = 0, inode = 0;
+    friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+};
+constexpr std::size_t kMostProgramsKept = 1024;
+
 /// How the windows of an application are known.
 struct Identity {
     std::vector<std::string> names; ///< a part of their WM_CLASS, in lower case
@@ -83,6 +91,7 @@ struct LinuxWorkspace::State {
     std::vector<std::string> environment;
     ProgramStarter start;
     DesktopEntryFolders folders;
+    std::map<std::pair<WindowNumber, ProcessIdentifier>, std::optional<FileIdentity>> programs;
 
     explicit State(Surroundings surroundings)
         : files(surroundings.files)
@@ -223,9 +232,27 @@ struct LinuxWorkspace::State {
         return std::nullopt;
     }
 
+    std::optional<FileIdentity> fileAt(const std::string& path) {
+        const auto info = files.info(path);
+        return info ? std::optional(FileIdentity{info->device, info->inode}) : std::nullopt;
+    }
+
     bool isSameFile(const std::string& a, const std::string& b) {
-        const auto first = files.info(a), second = files.info(b);
-        return first && second && first->device == second->device && first->inode == second->inode;
+        const auto first = fileAt(a);
+        return first && first == fileAt(b);
+    }
+
+    /// The file that the process of a window runs. Asked once for each window, since it is needed at every
+    /// launch.
+    std::optional<FileIdentity> programOf(const ApplicationWindow& window) {
+        if (window.process <= 0)
+            return std::nullopt;
+        if (programs.size() > kMostProgramsKept)
+            programs.clear();
+        const auto [known, isNew] = programs.try_emplace({window.id, window.process});
+        if (isNew)
+            known->second = fileAt("/proc/" + std::to_string(window.process) + "/exe");
+        return known->second;
     }
 
     // Starting and bringing forward
@@ -305,9 +332,9 @@ struct LinuxWorkspace::State {
             return !part.empty() &&
                    std::ranges::find(identity.names, lowercased(part)) != identity.names.end();
         };
+        const auto program = identity.program.empty() ? std::nullopt : fileAt(identity.program);
         const auto runsProgram = [&](const ApplicationWindow& window) {
-            return !identity.program.empty() && window.process > 0 &&
-                   isSameFile("/proc/" + std::to_string(window.process) + "/exe", identity.program);
+            return program && programOf(window) == program;
         };
         for (const ApplicationWindow& window : windows->windows())
             if (isOurs(window.instanceName) || isOurs(window.className) || runsProgram(window))
