@@ -28,23 +28,11 @@ void printDiagnostic(std::string_view line) {
     [[maybe_unused]] ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
 }
 
-/// Where no plugins are to be had.
-class NoPlugins : public PluginCommandMaking {
-    class Refusal : public Command {
-    public:
-        explicit Refusal(std::string message)
-            : message_(std::move(message)) {}
-        std::optional<std::string> execute() override { return message_; }
-
-    private:
-        std::string message_;
-    };
-
-    std::unique_ptr<Command> makePluginCommand(const std::string&, const ConfigAction& action,
-                                               const std::string&, const PluginSettings&) override {
-        return std::make_unique<Refusal>("Unknown plugin: " + action.pluginID);
-    }
-};
+/// Beside the program in a build tree and in an installation alike.
+std::string bundledPluginsBeside(const std::string& programFolder) {
+    return programFolder.empty() ? std::string()
+                                 : standardizedPath(programFolder + "/../share/varnel/plugins");
+}
 
 } // namespace
 
@@ -60,6 +48,8 @@ Application::~Application() {
     controlServer_.reset();
     subscriptions_.clear();
     hotkeys_.reset();
+    if (plugins_)
+        plugins_->stopWaiting();
     commandQueue_.reset();
 }
 
@@ -69,17 +59,19 @@ std::expected<void, std::string> Application::start() {
         return opened;
     if (auto loaded = preferences_.reload(); !loaded)
         log_.write(LogLevel::error, "Preferences", loaded.error());
+    pluginPreferences_ = readPluginPreferences();
     platform_ = makePlatform_({.loop = loop_,
                                .log = log_,
                                .displayName = {},
                                .programFolder = options_.programFolder,
                                .onConnectionLost = [this] { connectionLost(); },
                                .onTroubleChanged = {}});
-    plugins_ = std::make_unique<NoPlugins>();
+    buildPlugins();
     if (auto opened = openConfiguration(); !opened)
         return opened;
     buildEngine();
     captureKeyboard();
+    plugins_->scan();
     subscriptions_.push_back(loop_.after(kSettlingTime, [this] { settle(); }));
     return {};
 }
@@ -98,6 +90,20 @@ std::expected<void, std::string> Application::openControlSocket() {
     return {};
 }
 
+void Application::buildPlugins() {
+    PluginManagerOptions options;
+    options.bundledPluginsURL = options_.bundledPlugins.empty() ? bundledPluginsBeside(options_.programFolder)
+                                                                : options_.bundledPlugins;
+    options.userPluginsURL = options_.userPlugins;
+    options.homeFolder = options_.paths.home;
+    options.frontmostApplication = [this] { return platform_->frontmostApplication(); };
+    plugins_ = std::make_unique<PluginServices>(
+        std::move(options), PluginServices::Surroundings{.loop = loop_,
+                                                         .preferences = preferences_,
+                                                         .log = log_,
+                                                         .isTestHost = runsUnderTestHarness(environ)});
+}
+
 std::expected<void, std::string> Application::openConfiguration() {
     const std::string& home = options_.paths.home;
     auto storage = LocalConfigStorageProvider::locate({files_, preferences_, home, temporaryFolder()},
@@ -114,7 +120,8 @@ std::expected<void, std::string> Application::openConfiguration() {
         .configDidReload = {},
         .startProgram = [this](const std::vector<std::string>& argv) { platform_->startProgram(argv); }};
     config_ = std::make_unique<ConfigManager>(std::move(environment), std::move(*storage));
-    preferenceWatch_ = std::make_unique<PreferenceWatch>(files_, platform_->fileEvents(), preferences_, log_);
+    preferenceWatch_ = std::make_unique<PreferenceWatch>(files_, platform_->fileEvents(), preferences_, log_,
+                                                         [this] { preferencesChanged(); });
     return {};
 }
 
@@ -149,8 +156,22 @@ void Application::captureKeyboard() {
 }
 
 void Application::settle() {
-    platform_->prepareCommands();
+    platform_->prepareCommands(*commandQueue_);
     returnUnusedMemory();
+}
+
+void Application::preferencesChanged() {
+    // Another program may have trusted, enabled or disabled a plugin.
+    JSONValue::Array now = readPluginPreferences();
+    if (now == pluginPreferences_)
+        return;
+    pluginPreferences_ = std::move(now);
+    plugins_->scan();
+}
+
+JSONValue::Array Application::readPluginPreferences() const {
+    return {preferences_.value("pluginTrustRecords").value_or(nullptr),
+            preferences_.value("pluginDisabledKeys").value_or(nullptr)};
 }
 
 void Application::reload() {

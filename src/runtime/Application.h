@@ -11,6 +11,7 @@
 #include "keyboard/KeyboardMonitor.h"
 #include "runtime/ControlServer.h"
 #include "runtime/Platform.h"
+#include "runtime/PluginServices.h"
 #include "runtime/PreferenceWatch.h"
 #include "runtime/RuntimePaths.h"
 #include "runtime/SignalWatch.h"
@@ -58,6 +59,7 @@ public:
 
     [[nodiscard]] HotkeyManager& hotkeys() { return *hotkeys_; }
     [[nodiscard]] ConfigManager& config() { return *config_; }
+    [[nodiscard]] PluginServices& plugins() { return *plugins_; }
     [[nodiscard]] PreferenceStore& preferences() { return preferences_; }
     [[nodiscard]] LogSink& log() { return log_; }
     [[nodiscard]] const ApplicationOptions& options() const { return options_; }
@@ -65,9 +67,12 @@ public:
 private:
     std::expected<void, std::string> openControlSocket();
     std::expected<void, std::string> openConfiguration();
+    void buildPlugins();
     void buildEngine();
     void captureKeyboard();
     void settle();
+    void preferencesChanged();
+    [[nodiscard]] JSONValue::Array readPluginPreferences() const;
     void signalReceived(int signal);
     void connectionLost();
 
@@ -80,7 +85,7 @@ private:
     std::unique_ptr<SignalWatch> signals_;
     std::unique_ptr<ControlServer> controlServer_;
     std::unique_ptr<Platform> platform_;
-    std::unique_ptr<PluginCommandMaking> plugins_;
+    std::unique_ptr<PluginServices> plugins_;
     std::unique_ptr<CommandFactory> commandFactory_;
     std::unique_ptr<SerialQueue> commandQueue_;
     std::unique_ptr<CommandExecutor> commandExecutor_;
@@ -89,6 +94,7 @@ private:
     std::unique_ptr<KeyboardMonitorFactory> monitorFactory_;
     std::unique_ptr<HotkeyManager> hotkeys_;
     std::vector<Subscription> subscriptions_;
+    JSONValue::Array pluginPreferences_; ///< those that decide which plugins may run
     std::string failure_;
 };
 

@@ -52,6 +52,7 @@ std::vector<std::string> tokensOf(const Object& request) {
 
 Object reload(Application& application) {
     application.reload();
+    application.plugins().scan();
     if (const auto& error = application.config().loadError())
         return failed(describe(*error));
     return succeeded("Loaded " + std::to_string(application.config().rootItems().size()) + " root items");

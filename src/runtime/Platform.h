@@ -3,11 +3,13 @@
 #include "base/EventLoop.h"
 #include "base/FileEventSource.h"
 #include "base/Log.h"
+#include "base/SerialQueue.h"
 #include "commands/CommandFactory.h"
 #include "keyboard/KeyboardMonitoring.h"
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,10 +28,13 @@ public:
     /// What commands work with. They use it on the command queue, which must have ended before the platform
     /// is destroyed.
     virtual CommandServices commandServices() = 0;
+    /// The identifier of the application in front, as far as it is known without waiting.
+    virtual std::optional<std::string> frontmostApplication() { return std::nullopt; }
     /// Starts a program, looked up in PATH, that lives on by itself; a failure is ignored.
     virtual void startProgram(const std::vector<std::string>& argv) = 0;
-    /// Gets ready what the first command would otherwise wait for. Called once the keyboard is captured.
-    virtual void prepareCommands() {}
+    /// Gets ready, on `queue`, what the first command would otherwise wait for. Called once the keyboard is
+    /// captured.
+    virtual void prepareCommands(SerialExecutor& queue) = 0;
 };
 
 /// What a platform is made with; all of it outlives the platform.

@@ -3,10 +3,11 @@
 namespace varnel {
 
 PreferenceWatch::PreferenceWatch(FileSystem& files, FileEventSource& events, FilePreferenceStore& store,
-                                 LogSink& log)
+                                 LogSink& log, std::function<void()> changed)
     : events_(events)
     , store_(store)
-    , log_(log) {
+    , log_(log)
+    , changed_(std::move(changed)) {
     std::string folder = parentPath(store.path());
     if (!files.makeFolders(folder))
         return;
@@ -25,6 +26,8 @@ void PreferenceWatch::watchFile() {
 void PreferenceWatch::reload() {
     if (auto loaded = store_.reload(); !loaded)
         log_.write(LogLevel::error, "Preferences", loaded.error());
+    else
+        changed_();
 }
 
 } // namespace varnel

@@ -45,6 +45,17 @@ public:
         XcbDesktop* desktop = connected();
         return desktop ? desktop->frontmostProcess() : std::nullopt;
     }
+    /// The class of the window in front, from what is known already.
+    std::optional<std::string> frontmostClass() {
+        std::unique_lock lock(mutex_, std::try_to_lock);
+        std::optional<WindowNumber> front = lock && desktop_ ? desktop_->activeWindow() : std::nullopt;
+        if (!front)
+            return std::nullopt;
+        for (const DesktopWindow& window : desktop_->clientWindows())
+            if (window.id == *front && !window.className.empty())
+                return window.className;
+        return std::nullopt;
+    }
     /// Null while it cannot be reached; the next call tries again.
     XcbDesktop* connected() {
         const std::lock_guard lock(mutex_);
@@ -121,9 +132,18 @@ public:
             (void)startDetached({program, argv, environmentStrings(), {}});
     }
 
-    void prepareCommands() override {
-        if (XcbDesktop* desktop = desktop_.connected())
-            attachment_ = desktop->attach(loop_);
+    std::optional<std::string> frontmostApplication() override { return desktop_.frontmostClass(); }
+
+    void prepareCommands(SerialExecutor& queue) override {
+        queue.submit([this, alive = std::weak_ptr(alive_)] {
+            XcbDesktop* desktop = desktop_.connected();
+            if (!desktop)
+                return;
+            loop_.post([this, alive, desktop] {
+                if (!alive.expired())
+                    attachment_ = desktop->attach(loop_);
+            });
+        });
     }
 
 private:
@@ -139,6 +159,7 @@ private:
     LinuxApplicationActivator activator_;
     XcbShortcutPosting posting_;
     Subscription attachment_;
+    std::shared_ptr<int> alive_ = std::make_shared<int>();
 };
 
 } // namespace
