@@ -1,0 +1,175 @@
+#pragma once
+
+#include "activation/x11/XcbConnection.h"
+#include "activation/x11/XcbDesktop.h"
+#include "tests/support/XServer.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace varnel {
+
+/// A window that a test program shows.
+struct TestWindow {
+    std::string title;
+    std::string className = "Tester";
+    int count = 1;
+    const char* type = nullptr; ///< "_NET_WM_WINDOW_TYPE_DOCK"
+    bool tellsProcess = false;  ///< sets _NET_WM_PID, to 4242
+    std::string machine = {};   ///< WM_CLIENT_MACHINE
+    bool isDialogOfFirst = false;
+    bool takesNoFocus = false; ///< refuses the keyboard
+};
+
+/// Shows the windows and waits to be killed; for a process of its own.
+inline void showWindows(const std::string& display, const std::vector<TestWindow>& windows) {
+    const auto connection = XcbConnection::open(display);
+    if (!connection)
+        return;
+    xcb_connection_t* c = connection->get();
+    const auto atom = [&](const std::string& name) {
+        XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+            c, xcb_intern_atom(c, 0, static_cast<std::uint16_t>(name.size()), name.c_str()), nullptr));
+        return reply->atom;
+    };
+    const auto text = [&](xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
+                          const std::string& value) {
+        xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, property, type, 8,
+                            static_cast<std::uint32_t>(value.size()), value.data());
+    };
+    const auto word = [&](xcb_window_t window, xcb_atom_t property, xcb_atom_t type, std::uint32_t value) {
+        xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, property, type, 32, 1, &value);
+    };
+    xcb_window_t first = 0;
+    for (const TestWindow& each : windows)
+        for (int i = 0; i < each.count; ++i) {
+            const xcb_window_t window = xcb_generate_id(c);
+            xcb_create_window(c, XCB_COPY_FROM_PARENT, window, connection->root(), 40, 40, 300, 200, 0,
+                              XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+            const std::string suffix = each.count > 1 ? " " + std::to_string(i) : "";
+            text(window, connection->atom(XcbAtom::wmName), connection->atom(XcbAtom::utf8String),
+                 each.title + suffix);
+            text(window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING,
+                 "tester" + std::string(1, '\0') + each.className + std::string(1, '\0'));
+            if (each.type)
+                word(window, connection->atom(XcbAtom::wmWindowType), XCB_ATOM_ATOM, atom(each.type));
+            if (each.tellsProcess)
+                word(window, connection->atom(XcbAtom::wmPid), XCB_ATOM_CARDINAL, 4242);
+            if (!each.machine.empty())
+                text(window, XCB_ATOM_WM_CLIENT_MACHINE, XCB_ATOM_STRING, each.machine);
+            if (each.isDialogOfFirst)
+                word(window, XCB_ATOM_WM_TRANSIENT_FOR, XCB_ATOM_WINDOW, first);
+            const std::uint32_t hints[9] = {1, each.takesNoFocus ? 0u : 1u}; // the input field alone
+            xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_HINTS, XCB_ATOM_WM_HINTS, 32, 9,
+                                hints);
+            if (!first)
+                first = window;
+            xcb_map_window(c, window);
+        }
+    xcb_flush(c);
+    while (XcbReply<xcb_generic_event_t> event{xcb_wait_for_event(c)}) {
+    }
+}
+
+/// An X server with a window manager, and a second look at its state beside the code under test.
+class DesktopFixture : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_FALSE(server.display().empty());
+        probe = XcbConnection::open(server.display());
+        ASSERT_TRUE(probe);
+        if (!wantsManager())
+            return connectDesktop();
+        manager = std::make_unique<TestProcess>(std::vector<std::string>{"openbox", "--sm-disable"},
+                                                server.display());
+        // It may lose windows that are shown while it starts; it has started once it does what it is told.
+        for (std::uint32_t number : {1u, 0u})
+            ASSERT_TRUE(eventually([&] {
+                tell(probe->root(), XcbAtom::currentDesktop, {number, 0, 0, 0, 0});
+                return rootWord(XcbAtom::currentDesktop) == number;
+            }));
+        connectDesktop();
+    }
+    virtual bool wantsManager() const { return true; }
+    void connectDesktop() {
+        auto connected = XcbDesktop::connect(server.display());
+        ASSERT_TRUE(connected);
+        desktop = std::move(*connected);
+    }
+
+    /// Starts a program and waits until its windows are managed.
+    TestProcess& show(std::vector<TestWindow> windows) {
+        std::size_t total = desktop->clientWindows().size();
+        for (const TestWindow& window : windows)
+            total += static_cast<std::size_t>(window.count);
+        processes.push_back(std::make_unique<TestProcess>([&] { showWindows(server.display(), windows); }));
+        EXPECT_TRUE(eventually([&] { return desktop->clientWindows().size() == total; }));
+        return *processes.back();
+    }
+    TestProcess& startTerminal(const std::string& title) {
+        processes.push_back(std::make_unique<TestProcess>(
+            std::vector<std::string>{"xterm", "-T", title, "-e", "sleep", "1000"}, server.display()));
+        EXPECT_TRUE(eventually([&] { return window(title).id != 0; })) << title;
+        return *processes.back();
+    }
+    RunningWindow window(const std::string& title) {
+        const auto windows = desktop->runningWindows();
+        for (const RunningWindow& each : *windows)
+            if (each.title == title)
+                return each;
+        return {};
+    }
+
+    std::optional<std::uint32_t> rootWord(XcbAtom property) {
+        return firstLong(wait(*probe, probe->ask(probe->root(), probe->atom(property))).get());
+    }
+    std::vector<std::uint32_t> words(xcb_window_t window, XcbAtom property) {
+        return longs(wait(*probe, probe->ask(window, probe->atom(property))).get());
+    }
+    bool hasState(xcb_window_t window, XcbAtom state) {
+        for (std::uint32_t each : words(window, XcbAtom::wmState))
+            if (each == probe->atom(state))
+                return true;
+        return false;
+    }
+    xcb_window_t topmost() {
+        const auto stack = words(probe->root(), XcbAtom::clientListStacking);
+        return stack.empty() ? 0 : stack.back();
+    }
+    /// Whether the keyboard's focus is in the window, by the server's own word.
+    bool hasKeyboard(xcb_window_t window) {
+        xcb_connection_t* c = probe->get();
+        XcbReply<xcb_get_input_focus_reply_t> focus(
+            xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+        for (xcb_window_t at = focus->focus; at > 1 && at != probe->root();) {
+            if (at == window)
+                return true;
+            XcbReply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(c, xcb_query_tree(c, at), nullptr));
+            at = tree ? tree->parent : 0;
+        }
+        return false;
+    }
+    bool isViewable(xcb_window_t window) {
+        xcb_connection_t* c = probe->get();
+        XcbReply<xcb_get_window_attributes_reply_t> reply(
+            xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
+        return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+    }
+    void tell(xcb_window_t window, XcbAtom type, std::array<std::uint32_t, 5> data) {
+        probe->tellManager(window, type, data);
+        xcb_flush(probe->get());
+    }
+    void moveToDesktop(xcb_window_t window, std::uint32_t number) {
+        tell(window, XcbAtom::wmDesktop, {number, 2, 0, 0, 0});
+        EXPECT_TRUE(eventually([&] { return words(window, XcbAtom::wmDesktop) == std::vector{number}; }));
+    }
+
+    XServer server;
+    std::unique_ptr<XcbConnection> probe;
+    std::unique_ptr<TestProcess> manager;
+    std::unique_ptr<XcbDesktop> desktop;
+    std::vector<std::unique_ptr<TestProcess>> processes;
+};
+
+} // namespace varnel
