@@ -11,6 +11,7 @@ extern const Verb kTokenVerb;
 extern const Verb kLabelsVerb;
 extern const Verb kLookupVerb;
 extern const Verb kSimulateVerb;
+extern const Verb kPluginsVerb;
 extern const Verb kStatusVerb;
 extern const Verb kReloadVerb;
 extern const Verb kSuspendVerb;
@@ -28,6 +29,7 @@ constexpr const Verb* kVerbs[] = {
     &kLabelsVerb,
     &kLookupVerb,
     &kSimulateVerb,
+    &kPluginsVerb,
     &kStatusVerb,
     &kReloadVerb,
     &kSuspendVerb,

@@ -182,6 +182,10 @@ struct PluginManager::State : std::enable_shared_from_this<PluginManager::State>
     int latestScan = 0;
 };
 
+std::string defaultBundledPluginsFolder(std::string_view programFolder) {
+    return standardizedPath(appendPath(programFolder, "../share/varnel/plugins"));
+}
+
 std::string defaultUserPluginsFolder(std::string_view homeFolder) {
     return std::string(homeFolder) + "/.config/varnel/plugins";
 }

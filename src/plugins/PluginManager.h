@@ -32,6 +32,8 @@ struct PluginManagerOptions {
     std::function<std::optional<std::string>()> frontmostApplication;
     std::function<std::chrono::system_clock::time_point()> wallClock = std::chrono::system_clock::now;
 };
+/// The bundled packages of an installation, seen from the folder of its program.
+std::string defaultBundledPluginsFolder(std::string_view programFolder);
 std::string defaultUserPluginsFolder(std::string_view homeFolder);
 /// Below $XDG_RUNTIME_DIR where programs may be run from there, else below the state folder.
 std::string defaultVerifiedCopiesFolder(std::string_view homeFolder);
