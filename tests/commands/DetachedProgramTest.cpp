@@ -112,7 +112,8 @@ TEST(DetachedProgram, SaysWhyItDidNotStart) {
         EXPECT_EQ(started.error(), row.error);
         EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1); // no zombie either
     }
-    EXPECT_EQ(describe(ProgramStartError{"execute", "/no/such", ENOENT}), "Could not execute /no/such: No such file or directory");
+    EXPECT_EQ(describe(ProgramStartError{"execute", "/no/such", ENOENT}),
+              "Could not execute /no/such: No such file or directory");
 }
 
 } // namespace

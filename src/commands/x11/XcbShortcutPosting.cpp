@@ -3,6 +3,7 @@
 #include "commands/x11/XcbTyping.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace varnel {
 
@@ -69,12 +70,19 @@ struct XcbShortcutPosting::State {
             made.push_back(record);
             before = event.flags;
         }
+        std::vector<xcb_void_cookie_t> sent;
         for (const xcb_key_press_event_t& record : made)
-            xcb_send_event(typing.connection(), 1, window,
-                           record.response_type == XCB_KEY_PRESS ? XCB_EVENT_MASK_KEY_PRESS
-                                                                 : XCB_EVENT_MASK_KEY_RELEASE,
-                           reinterpret_cast<const char*>(&record));
-        return xcb_flush(typing.connection()) > 0 || fail("keyboard server unavailable");
+            sent.push_back(xcb_send_event_checked(
+                typing.connection(), 1, window,
+                record.response_type == XCB_KEY_PRESS ? XCB_EVENT_MASK_KEY_PRESS : XCB_EVENT_MASK_KEY_RELEASE,
+                reinterpret_cast<const char*>(&record)));
+        bool hasArrived = !xcb_connection_has_error(typing.connection());
+        for (const xcb_void_cookie_t cookie : sent) {
+            xcb_generic_error_t* error = xcb_request_check(typing.connection(), cookie);
+            hasArrived = hasArrived && !error;
+            std::free(error);
+        }
+        return hasArrived || fail("window of the process is gone");
     }
 };
 
