@@ -15,6 +15,11 @@ void config(std::string_view text);
 /// A script plays to its end, or is refused before its first record.
 void simulation(std::string_view script);
 
+/// A manifest that decodes is written and read again without a change, and a valid one stays in its package.
+void manifest(std::string_view text);
+/// What a plugin answers becomes one readable line, or an error with a place.
+void response(std::string_view text);
+
 /// Ends the program with the message unless `holds`.
 void require(bool holds, const char* message);
 

@@ -16,6 +16,8 @@ TEST(FuzzRegressions, KeepEveryPromise) {
     } rows[] = {{"json", fuzzing::json},
                 {"keytoken", fuzzing::keyToken},
                 {"config", fuzzing::config},
+                {"manifest", fuzzing::manifest},
+                {"response", fuzzing::response},
                 {"simulation", fuzzing::simulation}};
     for (const auto& row : rows) {
         int replayed = 0;
