@@ -140,7 +140,10 @@ bool HotkeyManager::handle(const std::string& token, TimePoint time) {
     return swallows;
 }
 
-void HotkeyManager::reset(std::string_view) {
+void HotkeyManager::reset(std::string_view reason) {
+    if (machine_.interaction() == Interaction::idle)
+        return;
+    lastResetReason_ = reason;
     apply(machine_.reset());
 }
 

@@ -70,8 +70,10 @@ public:
 
     /// The token handler: true swallows. `time` is the event's.
     bool handle(const std::string& token, TimePoint time);
-    /// Ends any interaction.
+    /// Ends any interaction; `reason` says why, for diagnostics.
     void reset(std::string_view reason);
+    /// Why the last open interaction was ended from outside.
+    [[nodiscard]] const std::string& lastResetReason() const { return lastResetReason_; }
     /// Runs the action with this trigger as if it had been typed; false when no action has it.
     bool trigger(const std::vector<std::string>& tokens);
 
@@ -134,6 +136,7 @@ private:
     std::string statusMessage_;
     std::string lastTriggerInfo_;
     std::string lastPressedKey_;
+    std::string lastResetReason_;
     std::vector<std::string> debugTokens_; ///< a ring
     std::size_t debugNext_ = 0;            ///< where the next token goes
     std::optional<TimePoint> timerDeadline_;

@@ -75,6 +75,7 @@ TEST(Simulator, NamesTheLineOfAMistakeBeforeAnyOutput) {
         {"wait .s", 1, "expected a time"},
         {"wait 1e3s", 1, "expected a time"},
         {"wait 99999999999999s", 1, "expected a time"},
+        {"wait 999999999s", 1, "too long"},
         {"hold cmd", 1, "expected a time"},
         {"press a b", 1, "unexpected 'b'"},
         {"set x", 1, "value"},

@@ -12,6 +12,8 @@ namespace varnel::simulation {
 namespace {
 
 constexpr Duration kTapLength = 50ms;
+/// Far from where the clock's numbers end.
+constexpr Duration kLongestScript = 24h * 365;
 
 using Action = decltype(Statement::action);
 using Parsed = std::expected<Action, std::string>;
@@ -206,6 +208,14 @@ Parsed parseStatement(std::string_view verb, std::string_view& rest) {
                 (near.empty() ? "" : "; did you mean '" + near + "'?"));
 }
 
+Duration lengthOf(const Action& action) {
+    if (const auto* wait = std::get_if<Wait>(&action))
+        return wait->duration;
+    if (const auto* hold = std::get_if<Hold>(&action))
+        return hold->duration;
+    return {};
+}
+
 } // namespace
 
 std::string describe(const ScriptError& error) {
@@ -215,6 +225,7 @@ std::string describe(const ScriptError& error) {
 std::expected<std::vector<Statement>, ScriptError> parseScript(std::string_view script) {
     std::vector<Statement> statements;
     std::size_t number = 0;
+    Duration total{};
     if (script.starts_with("\xEF\xBB\xBF"))
         script.remove_prefix(3);
     for (std::string_view line : split(script, '\n')) {
@@ -226,6 +237,8 @@ std::expected<std::vector<Statement>, ScriptError> parseScript(std::string_view 
         auto action = parseStatement(verb, rest);
         if (action && !rest.empty())
             action = fail("unexpected '" + std::string(rest) + "'");
+        if (action && (total += lengthOf(*action)) > kLongestScript)
+            action = fail("the script takes too long");
         if (!action)
             return std::unexpected(ScriptError{number, action.error()});
         statements.push_back({number, *std::move(action)});
