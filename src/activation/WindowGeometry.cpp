@@ -149,10 +149,19 @@ std::string_view arrangementName(WindowArrangement arrangement) {
 }
 
 std::optional<WindowArrangement> arrangementNamed(std::string_view name) {
-    const auto* found = std::ranges::find(kArrangements, name, &ArrangementRow::name);
-    if (found == std::end(kArrangements))
-        return std::nullopt;
-    return found->arrangement;
+    // "leftHalf", "Left half" and "left_half" are what people and older configurations write.
+    const auto letters = [](std::string_view text) {
+        std::string result;
+        for (const char c : text)
+            if (c != '-' && c != '_' && c != ' ')
+                result += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        return result;
+    };
+    const std::string wanted = letters(name);
+    for (const ArrangementRow& row : kArrangements)
+        if (letters(row.name) == wanted)
+            return row.arrangement;
+    return std::nullopt;
 }
 
 std::expected<ArrangementPlan, std::string> planArrangement(WindowArrangement arrangement,

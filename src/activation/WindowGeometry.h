@@ -56,6 +56,7 @@ enum class WindowArrangement {
 };
 /// The word used in configurations: "left-half", "maximize", …
 std::string_view arrangementName(WindowArrangement arrangement);
+/// Ignores case and how the words are joined.
 std::optional<WindowArrangement> arrangementNamed(std::string_view name);
 
 /// What to do to the window.

@@ -12,6 +12,7 @@ extern const Verb kLabelsVerb;
 extern const Verb kLookupVerb;
 extern const Verb kSimulateVerb;
 extern const Verb kPluginsVerb;
+extern const Verb kWindowsVerb;
 extern const Verb kStatusVerb;
 extern const Verb kReloadVerb;
 extern const Verb kSuspendVerb;
@@ -30,6 +31,7 @@ constexpr const Verb* kVerbs[] = {
     &kLookupVerb,
     &kSimulateVerb,
     &kPluginsVerb,
+    &kWindowsVerb,
     &kStatusVerb,
     &kReloadVerb,
     &kSuspendVerb,

@@ -45,6 +45,7 @@ TEST(WindowGeometry, PlacesWindowsOnTheirDisplay) {
         EXPECT_EQ(plan->frame, row.expected);
         EXPECT_FALSE(plan->maximize);
     }
+    EXPECT_EQ(arrangementNamed("topLeftQuarter"), WindowArrangement::topLeftQuarter);
     EXPECT_FALSE(arrangementNamed("sideways"));
 }
 
