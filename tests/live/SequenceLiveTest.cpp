@@ -28,7 +28,7 @@ protected:
     /// ctrl+j, w, g and then an x for the application.
     void typeOnce() {
         typist->press(key::ctrl);
-        typeKey(key::j);
+        typeKey(key::j, 0us);
         typist->release(key::ctrl);
         typeKey(key::w);
         typeKey(key::g);
@@ -37,8 +37,10 @@ protected:
     }
 
 private:
-    void typeKey(std::uint8_t key) {
-        pause(GetParam().pause);
+    void typeKey(std::uint8_t key) { typeKey(key, GetParam().pause); }
+
+    void typeKey(std::uint8_t key, microseconds before) {
+        pause(before);
         typist->press(key);
         releaseLast();
         last_ = key;

@@ -16,6 +16,11 @@ const std::shared_ptr<const GrabPlan>& emptyPlan() {
     return plan;
 }
 
+/// Another key that is pressed takes the auto-repeat over, except a modifier or one that we post ourselves.
+bool leavesRepeatAlone(const GrabbedKey& event) {
+    return !event.isPress || event.isModifier || event.isOurs;
+}
+
 } // namespace
 
 bool GrabPlan::contains(GrabCombination combination) const {
@@ -30,40 +35,42 @@ CaptureProtocol::CaptureProtocol(Requests& requests, Listener& listener)
 
 void CaptureProtocol::setInterest(Mode mode, std::shared_ptr<const GrabPlan> plan) {
     wanted_ = {mode, plan ? std::move(plan) : emptyPlan()};
-    if (!offering_)
-        applyInterest(0);
+    if (offering_)
+        return;
+    applyInterest(nullptr);
+    forgetStaleOrphans();
 }
 
 void CaptureProtocol::handle(const GrabbedKey& event) {
     const bool swallow = event.isPress ? swallowsPress(event) : swallowsRelease(event);
     // Whatever decides who gets the next key must be in force before the server moves on to it.
-    applyInterest(event.key);
+    applyInterest(&event);
     if (swallow)
         keep(event);
     else
         forward(event);
+    forgetStaleOrphans();
 }
 
 bool CaptureProtocol::swallowsPress(const GrabbedKey& event) {
     if (event.isOurs)
         return false;
-    const bool repeatsSwallowed = event.isRepeat && isSwallowed(event.key);
-    removeTail();
-    if (!repeatsSwallowed) {
-        orphans_.reset(event.key);
-        if (!guarding_ && !converted_)
-            orphans_.reset(); // a new beginning: what was down long ago is no concern of ours any more
+    if (event.isRepeat) {
+        // It fares as the press that it repeats, which may have been before our time.
+        const bool swallow = isSwallowed(event.key);
+        removeTail();
+        if (swallow && guarding_)
+            offer(event);
+        return swallow;
     }
+    orphans_.reset(event.key);
+    // A modifier leaves the auto-repeat to the key before it; any other key ends that.
+    if (!event.isModifier)
+        removeTail();
     // A press without modifiers while a tap modifier is supposed to be down: its release went unnoticed.
     if (armed_ && !guarding_ && event.modifiers == 0)
         disarm();
-    const bool isWanted = guarding_ || installed_->contains({event.key, event.modifiers});
-    if (repeatsSwallowed) {
-        if (guarding_)
-            offer(event);
-        return true;
-    }
-    if (!isWanted)
+    if (!guarding_ && !installed_->contains({event.key, event.modifiers}))
         return false;
     const bool swallow = offer(event) == TapVerdict::swallow;
     if (!swallow && !guarding_ && event.modifiers == 0 && installed_->tapKeys[event.key])
@@ -83,7 +90,8 @@ void CaptureProtocol::keep(const GrabbedKey& event) {
     if (event.isPress) {
         orphans_.reset(event.key);
         mine_.set(event.key);
-        lastKept_ = event.key;
+        if (!event.isModifier)
+            lastKept_ = event.key;
         if (!converted_) {
             requests_.convert(event);
             converted_ = true;
@@ -98,6 +106,7 @@ void CaptureProtocol::keep(const GrabbedKey& event) {
         requests_.answerKeep();
         return;
     }
+    meetRepeatsOf(lastKept_);
     requests_.answerUngrab(convertedIsCore_);
     converted_ = false;
 }
@@ -109,8 +118,7 @@ void CaptureProtocol::forward(const GrabbedKey& event) {
         converted_ = false;
     }
     orphans_.reset(event.key);
-    // Another key that is pressed takes the auto-repeat over, except one that we post ourselves.
-    if (!event.isPress || event.isOurs)
+    if (leavesRepeatAlone(event))
         meetRepeatsOf(lastKept_);
     requests_.answerReplay();
 }
@@ -123,18 +131,19 @@ TapVerdict CaptureProtocol::offer(const GrabbedKey& event) {
 }
 
 void CaptureProtocol::armFor(const GrabbedKey& event) {
-    tapKey_ = event.key;
-    // Raw input may have run ahead of this very event: then it has already told what followed.
     const auto press = std::find_if(recentRaw_.begin(), recentRaw_.end(), [&](const RawInput& input) {
         return input.key == event.key && input.isPress && input.time == event.time;
     });
-    if (press != recentRaw_.end()) {
-        const std::vector<RawInput> followed(std::next(press), recentRaw_.end());
-        recentRaw_.erase(recentRaw_.begin(), std::next(press));
-        for (const RawInput& input : followed)
-            if (tapKey_ != 0)
-                followTap(input);
-    }
+    // Without it the release may have gone unnoticed as well.
+    if (press == recentRaw_.end())
+        return;
+    // Raw input may have run ahead of this very event: then it has already told what followed.
+    const std::vector<RawInput> followed(std::next(press), recentRaw_.end());
+    recentRaw_.erase(recentRaw_.begin(), std::next(press));
+    tapKey_ = event.key;
+    for (const RawInput& input : followed)
+        if (tapKey_ != 0)
+            followTap(input);
     if (tapKey_ != 0 && !armed_ && wanted_.mode == Mode::watch) {
         requests_.arm();
         armed_ = true;
@@ -149,7 +158,7 @@ void CaptureProtocol::handleRaw(const RawInput& input) {
     if (tapKey_ == 0 || guarding_)
         return;
     followTap(input);
-    applyInterest(0);
+    applyInterest(nullptr);
     if (tapKey_ == 0 && !guarding_)
         disarm();
 }
@@ -177,7 +186,7 @@ void CaptureProtocol::disarm() {
             requests_.install(combination);
 }
 
-void CaptureProtocol::applyInterest(std::uint8_t keyInHand) {
+void CaptureProtocol::applyInterest(const GrabbedKey* inHand) {
     if (wanted_.mode == Mode::capture) {
         if (!guarding_)
             requests_.installGuard();
@@ -189,6 +198,8 @@ void CaptureProtocol::applyInterest(std::uint8_t keyInHand) {
     watchRawInput(wanted_.plan->tapKeys.any());
     if (!guarding_) {
         changePlan(wanted_.plan);
+        if (!watchesRaw_)
+            disarm(); // nobody would tell of the release
         return;
     }
     requests_.removeGuard();
@@ -196,7 +207,7 @@ void CaptureProtocol::applyInterest(std::uint8_t keyInHand) {
     armed_ = false;
     tail_ = 0;
     installPlan(wanted_.plan);
-    if (!converted_ && lastKept_ != keyInHand)
+    if (!converted_ && (inHand == nullptr || (inHand->key != lastKept_ && leavesRepeatAlone(*inHand))))
         meetRepeatsOf(lastKept_);
 }
 
@@ -233,10 +244,26 @@ void CaptureProtocol::watchRawInput(bool on) {
 }
 
 void CaptureProtocol::meetRepeatsOf(std::uint8_t key) {
-    if (guarding_ || tail_ != 0 || !orphans_[key])
+    if (guarding_ || tail_ == key || !orphans_[key])
         return;
+    removeTail();
     tail_ = key;
     requests_.installTail(key);
+}
+
+void CaptureProtocol::forgetStaleOrphans() {
+    // With neither guard nor converted grab a key can go up and down again unnoticed, except where the tail
+    // is.
+    if (guarding_ || converted_)
+        return;
+    const bool tailIsDown = orphans_[tail_];
+    orphans_.reset();
+    orphans_.set(tail_, tailIsDown);
+}
+
+void CaptureProtocol::dropTail() {
+    removeTail();
+    forgetStaleOrphans();
 }
 
 void CaptureProtocol::removeTail() {
@@ -251,25 +278,19 @@ void CaptureProtocol::removeTail() {
         requests_.install(*it);
 }
 
-void CaptureProtocol::dropTail() {
-    if (tail_ == 0)
-        return;
-    removeTail();
-    orphans_.reset();
-}
-
 void CaptureProtocol::reissue(bool afresh) {
     if (guarding_) {
         // The guard has to stay in front of everything; the rest is installed again when it goes.
         requests_.installGuard();
         return;
     }
-    if (afresh) {
+    if (afresh)
         requests_.removeGuard();
-        armed_ = false;
-        tapKey_ = tail_ = 0;
-    }
     installPlan(installed_);
+    if (afresh && armed_)
+        requests_.arm();
+    if (afresh && tail_ != 0)
+        requests_.installTail(tail_);
 }
 
 } // namespace varnel

@@ -128,12 +128,13 @@ private:
     void armFor(const GrabbedKey& event);
     void followTap(const RawInput& input);
     void disarm();
-    void applyInterest(std::uint8_t keyInHand);
+    void applyInterest(const GrabbedKey* inHand);
     void installPlan(std::shared_ptr<const GrabPlan> plan);
     void changePlan(std::shared_ptr<const GrabPlan> plan);
     void watchRawInput(bool on);
     void meetRepeatsOf(std::uint8_t key);
     void removeTail();
+    void forgetStaleOrphans();
 
     Requests& requests_;
     Listener& listener_;

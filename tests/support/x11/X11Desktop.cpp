@@ -98,17 +98,20 @@ ProbeWindow::ProbeWindow(const std::string& display)
 }
 
 void ProbeWindow::focus() {
-    for (int attempt = 0; attempt < 250; ++attempt) {
+    // The manager gives a new window the focus in its own time: settled is what stays for a while.
+    int settled = 0;
+    for (int attempt = 0; attempt < 500 && settled < 15; ++attempt) {
         const auto attributes = owned(xcb_get_window_attributes_reply(
             connection(), xcb_get_window_attributes(connection(), window_), nullptr));
-        if (attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE) {
-            const auto focus =
-                owned(xcb_get_input_focus_reply(connection(), xcb_get_input_focus(connection()), nullptr));
-            if (focus && focus->focus == window_)
-                break;
+        const auto focus =
+            owned(xcb_get_input_focus_reply(connection(), xcb_get_input_focus(connection()), nullptr));
+        const bool isViewable = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+        const bool isFocused = isViewable && focus && focus->focus == window_;
+        settled = isFocused ? settled + 1 : 0;
+        if (isViewable && !isFocused)
             xcb_set_input_focus(connection(), XCB_INPUT_FOCUS_PARENT, window_, XCB_CURRENT_TIME);
-        }
-        ::usleep(10000);
+        xcb_flush(connection());
+        ::usleep(6000);
     }
     forget();
 }
