@@ -35,6 +35,7 @@ HotkeyManager::HotkeyManager(HotkeyManagerDependencies dependencies)
     : dependencies_(std::move(dependencies))
     , rootItems_(std::make_shared<const std::vector<ConfigItem>>())
     , machine_(dependencies_.timings, choiceTest(dependencies_.dynamicChoiceRegistry))
+    , firstTokens_(machine_.index().firstTokens())
     , escapeOnly_(std::make_shared<const std::vector<std::string>>(1, std::string(kEscape))) {
     // Recording a token must not allocate on the way of a key.
     lastPressedKey_.reserve(KeyTokenCodec::kLongestLiveToken);
@@ -122,6 +123,8 @@ void HotkeyManager::updateConfiguration(ConfigItems items) {
     apply(machine_.setIndex(HotkeyLookupIndex::build(items)));
     rootItems_ = items ? std::move(items) : std::make_shared<const std::vector<ConfigItem>>();
     continuationTokens_.reset();
+    if (*firstTokens_ != *machine_.index().firstTokens())
+        firstTokens_ = machine_.index().firstTokens();
     publishInterest();
     changed(Topic::status);
 }
@@ -263,7 +266,7 @@ KeyInterest HotkeyManager::currentInterest() {
     switch (machine_.interaction()) {
     case Interaction::capture:
     case Interaction::dynamicChoice:
-        return {KeyInterest::Mode::capture, machine_.index().firstTokens()};
+        return {KeyInterest::Mode::capture, firstTokens_};
     case Interaction::pendingPassthrough:
         return {KeyInterest::Mode::watch,
                 continuationInterest(std::get<SequenceMachine::PendingPassthrough>(machine_.state()))};
@@ -273,14 +276,14 @@ KeyInterest HotkeyManager::currentInterest() {
     case Interaction::selectionFeedback:
         break;
     }
-    return {KeyInterest::Mode::watch, machine_.index().firstTokens()};
+    return {KeyInterest::Mode::watch, firstTokens_};
 }
 
 const std::shared_ptr<const std::vector<std::string>>&
 HotkeyManager::continuationInterest(const SequenceMachine::PendingPassthrough& pending) {
     if (continuationTokens_ && continuationOf_ == pending.position.node)
         return continuationTokens_;
-    const auto& first = *machine_.index().firstTokens();
+    const auto& first = *firstTokens_;
     auto tokens = std::make_shared<std::vector<std::string>>(first);
     auto add = [&](std::string token) {
         if (!std::ranges::binary_search(first, token))

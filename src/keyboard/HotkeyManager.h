@@ -144,6 +144,8 @@ private:
     std::deque<Subscription> statusChecks_; ///< one for each command that finished in the last seconds
     Subscription choiceRequest_;
     KeyInterest publishedInterest_;
+    /// The index's; the same object as long as a new configuration begins with the same keys.
+    std::shared_ptr<const std::vector<std::string>> firstTokens_;
     std::shared_ptr<const std::vector<std::string>> escapeOnly_;
     std::shared_ptr<const std::vector<std::string>> continuationTokens_; ///< cached for `continuationOf_`
     std::uint32_t continuationOf_ = 0;

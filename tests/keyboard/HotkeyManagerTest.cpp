@@ -179,6 +179,8 @@ TEST_F(HotkeyManagerTest, TellsTheMonitorWhichKeysMatter) {
     const int changes = monitors.interestChanges;
     type("x");
     EXPECT_EQ(monitors.interestChanges, changes) << "nothing new, nothing said";
+    manager->updateConfiguration(manager->rootItems());
+    EXPECT_EQ(monitors.interestChanges, changes) << "the same first keys";
     type("p");
     expect(watch, {"a", "g", "p", "escape", "2"});
     manager->suspend("x");
@@ -285,7 +287,7 @@ TEST_F(HotkeyManagerTest, AllocatesNothingForAnUnboundKey) {
     EXPECT_FALSE(swallowed);
 }
 
-TEST_F(HotkeyManagerTest, MayBeStoppedFromInsideItsHandler) {
+TEST_F(HotkeyManagerTest, EndsAnOpenInteractionWhenMonitoringStops) {
     start();
     type("g");
     manager->stopGlobalMonitoring();
