@@ -74,26 +74,6 @@ XcbTyping::KeySet keysOf(const xcb_input_query_device_state_reply_t* reply) {
     return keys;
 }
 
-/// Keyboards behind the core one, without the server's own for XTEST.
-std::vector<std::uint8_t> keyboards(xcb_connection_t* connection) {
-    const Reply<xcb_input_list_input_devices_reply_t> reply(
-        xcb_input_list_input_devices_reply(connection, xcb_input_list_input_devices(connection), nullptr));
-    std::vector<std::uint8_t> found;
-    if (!reply)
-        return found;
-    const xcb_input_device_info_t* devices = xcb_input_list_input_devices_devices(reply.get());
-    auto names = xcb_input_list_input_devices_names_iterator(reply.get());
-    for (int i = 0; i < xcb_input_list_input_devices_devices_length(reply.get()); ++i) {
-        const std::string_view name(xcb_str_name(names.data),
-                                    static_cast<std::size_t>(xcb_str_name_length(names.data)));
-        xcb_str_next(&names);
-        if (devices[i].device_use == XCB_INPUT_DEVICE_USE_IS_X_EXTENSION_KEYBOARD &&
-            !name.ends_with(kTestKeyboard))
-            found.push_back(devices[i].device_id);
-    }
-    return found;
-}
-
 } // namespace
 
 XcbTyping::XcbTyping(std::string displayName, PostedKeyLedger* ledger)
@@ -182,39 +162,56 @@ XcbTyping::KeySet XcbTyping::heldModifiers(const KeySet& down) const {
     return held;
 }
 
-XcbTyping::KeySet XcbTyping::physicallyDown() const {
-    std::vector<xcb_input_query_device_state_cookie_t> questions;
-    for (const std::uint8_t device : keyboards(connection_)) {
+void XcbTyping::findKeyboards() {
+    keyboards_.clear();
+    const Reply<xcb_input_list_input_devices_reply_t> reply(
+        xcb_input_list_input_devices_reply(connection_, xcb_input_list_input_devices(connection_), nullptr));
+    if (!reply)
+        return;
+    const xcb_input_device_info_t* device = xcb_input_list_input_devices_devices(reply.get());
+    auto names = xcb_input_list_input_devices_names_iterator(reply.get());
+    for (; names.rem > 0; xcb_str_next(&names), ++device) {
+        if (device->device_use != XCB_INPUT_DEVICE_USE_IS_X_EXTENSION_KEYBOARD)
+            continue;
+        const std::string_view name(xcb_str_name(names.data),
+                                    static_cast<std::size_t>(xcb_str_name_length(names.data)));
+        keyboards_.push_back({.device = device->device_id, .isTouched = !name.ends_with(kTestKeyboard)});
         // Only devices that were opened answer.
-        xcb_discard_reply(connection_, xcb_input_open_device(connection_, device).sequence);
-        questions.push_back(xcb_input_query_device_state(connection_, device));
+        xcb_discard_reply(connection_, xcb_input_open_device(connection_, device->device_id).sequence);
     }
-    KeySet down;
-    for (const auto question : questions) {
+}
+
+std::optional<XcbTyping::DownKeys> XcbTyping::downKeys() const {
+    std::vector<xcb_input_query_device_state_cookie_t> questions;
+    for (const Keyboard& keyboard : keyboards_)
+        questions.push_back(xcb_input_query_device_state(connection_, keyboard.device));
+    DownKeys down;
+    for (std::size_t i = 0; i < questions.size(); ++i) {
         const Reply<xcb_input_query_device_state_reply_t> reply(
-            xcb_input_query_device_state_reply(connection_, question, nullptr));
-        down |= keysOf(reply.get());
+            xcb_input_query_device_state_reply(connection_, questions[i], nullptr));
+        (keyboards_[i].isTouched ? down.touched : down.posted) |= keysOf(reply.get());
     }
-    return down;
+    return xcb_connection_has_error(connection_) ? std::nullopt : std::optional(down);
 }
 
 bool XcbTyping::begin() {
     stopFollowing();
     pressed_.reset();
-    lifted_.reset();
-    held_.reset();
-    const auto question = xcb_query_keymap(connection_);
+    findKeyboards();
     if (!readModifiers())
         return false;
-    const Reply<xcb_query_keymap_reply_t> keymap(xcb_query_keymap_reply(connection_, question, nullptr));
-    if (!keymap)
+    xcb_grab_server(connection_);
+    const auto question = xcb_query_keymap(connection_);
+    const std::optional<DownKeys> down = downKeys();
+    const Reply<xcb_query_keymap_reply_t> all(xcb_query_keymap_reply(connection_, question, nullptr));
+    if (!down || !all)
         return false;
-    down_ = keySet(keymap->keys);
-    releaseRestored(down_);
-
+    // The keyboards of XTEST may believe in keys that a program forgot there long ago.
+    down_ = down->touched | (down->posted & keySet(all->keys) & ~restored_);
+    releaseRestored(down->touched);
+    restored_.reset();
     lifted_ = heldModifiers(down_);
-    if (lifted_.any())
-        held_ = lifted_ & physicallyDown();
+    held_ = lifted_ & down->touched;
     forEach(lifted_, [this](xcb_keycode_t key) { fake(key, false); });
     down_ &= ~lifted_;
     return true;
@@ -255,11 +252,13 @@ void XcbTyping::fake(xcb_keycode_t key, bool isPress) {
 
 bool XcbTyping::finish() {
     forEach(lifted_, [this](xcb_keycode_t key) { fake(key, true); });
+    xcb_ungrab_server(connection_);
     // Who let go of a modifier meanwhile did so unnoticed, since it was up already: it is not to stay down.
-    if (held_.any()) {
-        restored_ = held_ & physicallyDown();
-        forEach(held_ & ~restored_, [this](xcb_keycode_t key) { fake(key, false); });
-    }
+    if (held_.any())
+        if (const std::optional<DownKeys> down = downKeys()) {
+            restored_ = held_ & down->touched;
+            forEach(held_ & ~restored_, [this](xcb_keycode_t key) { fake(key, false); });
+        }
     settle();
     if (xcb_connection_has_error(connection_))
         return false;

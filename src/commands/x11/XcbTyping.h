@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,7 +32,8 @@ public:
 
     /// Connects when there is no connection that works. False when there is no server, or one without XTEST.
     bool connect();
-    /// Lifts the modifiers that are down.
+    /// Lifts the modifiers that are down. From here to `finish` no other program gets at the server, so that
+    /// it cannot let go of a key unnoticed.
     bool begin();
     /// Presses or releases a key; false when this keyboard has no such key. A key that somebody holds is let
     /// go first, else the server would take the press for a repetition.
@@ -54,8 +56,14 @@ private:
     bool prepareServer();
     void fake(xcb_keycode_t key, bool isPress);
     [[nodiscard]] KeySet heldModifiers(const KeySet& down) const;
-    /// The keys that are down on keyboards that people touch.
-    [[nodiscard]] KeySet physicallyDown() const;
+    void findKeyboards();
+    struct DownKeys {
+        KeySet touched; ///< on keyboards that people touch
+        KeySet posted;  ///< on those of XTEST
+    };
+    /// What each keyboard says of itself; nothing when the connection broke. Unlike what the server says of
+    /// all together this is right also while events wait because a program has frozen the keyboard.
+    [[nodiscard]] std::optional<DownKeys> downKeys() const;
     void settle();
     void releaseRestored(const KeySet& down);
     void followRestored();
@@ -67,10 +75,15 @@ private:
     xcb_window_t root_ = 0;
     xcb_window_t hidden_ = 0; ///< never mapped
     std::array<std::vector<xcb_keycode_t>, 8> modifierKeys_;
+    struct Keyboard {
+        std::uint8_t device = 0;
+        bool isTouched = false;
+    };
+    std::vector<Keyboard> keyboards_;
     KeySet down_;    ///< before the shortcut, less what was let go for it
     KeySet pressed_; ///< by the shortcut that is being typed
     KeySet lifted_;  ///< modifiers to be put down again
-    KeySet held_;    ///< those of them that are down on a keyboard that people touch
+    KeySet held_;    ///< those of them that people hold
 
     /// Modifiers that were put down again. To the server they are then held by two keyboards, the user's and
     /// the one of XTEST; once the user lets go the second has to follow, or later presses from there are
