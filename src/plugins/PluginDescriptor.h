@@ -43,6 +43,9 @@ struct PluginDescriptor {
     friend bool operator==(const PluginDescriptor&, const PluginDescriptor&) = default;
 };
 
+/// The sentence that tells why a package that is not active doesn't run.
+std::string inactiveReason(const PluginDescriptor& descriptor);
+
 /// All packages of one scan. Immutable once published; snapshots are shared between threads.
 struct PluginRegistry {
     std::vector<std::shared_ptr<const PluginDescriptor>> descriptors; ///< bundled, then user, by file name

@@ -39,13 +39,8 @@ std::unexpected<PluginTrustError> unknownPackage(const std::string& pluginURL) {
 /// Why an identifier has no active plugin.
 std::string inactiveReason(const PluginRegistry& registry, const std::string& id) {
     for (const auto& descriptor : registry.descriptors)
-        if (descriptor->manifest.id == id) {
-            std::string reason = localized("The capability '" + id + "' cannot run: it is " +
-                                           std::string(name(descriptor->status.kind)));
-            if (descriptor->status.message)
-                return reason + ". " + *descriptor->status.message;
-            return reason + ".";
-        }
+        if (descriptor->manifest.id == id)
+            return inactiveReason(*descriptor);
     return localized("No capability has the ID '" + id + "'.");
 }
 

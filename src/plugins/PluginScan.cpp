@@ -179,28 +179,6 @@ bool isCandidate(const PluginDescriptor& descriptor) {
 
 } // namespace
 
-std::string_view name(PluginSourceKind kind) {
-    return kind == PluginSourceKind::bundled ? "bundled" : "user";
-}
-
-std::string_view name(PluginStatus::Kind kind) {
-    switch (kind) {
-    case StatusKind::untrusted:
-        return "untrusted";
-    case StatusKind::invalid:
-        return "invalid";
-    case StatusKind::conflict:
-        return "conflict";
-    case StatusKind::shadowed:
-        return "shadowed";
-    case StatusKind::active:
-        return "active";
-    case StatusKind::disabled:
-        break;
-    }
-    return "disabled";
-}
-
 std::expected<std::string, std::string> readManifestText(const std::string& path) {
     using Kind = PluginPackageHashError::Kind;
     auto failure = [&](Kind kind, int code) {

@@ -262,6 +262,11 @@ void addConfiguration(const VerbCall& call, const std::string& home, PluginExecu
             request.settings = own->second;
 }
 
+int printFailure(const std::string& message, Console& console) {
+    console.out.line(writeCompactJSON(JSONValue::Object{{"success", false}, {"message", message}}));
+    return ExitStatus::no;
+}
+
 int run(const VerbCall& call, Console& console) {
     auto params = objectOption(call, kParamsOption), settings = objectOption(call, kSettingsOption);
     if (!params || !settings) {
@@ -274,6 +279,9 @@ int run(const VerbCall& call, Console& console) {
         console.complain(descriptor.error());
         return ExitStatus::failed;
     }
+    // The one that was named, not another with the same ID.
+    if ((*descriptor)->status.kind != PluginStatus::Kind::active)
+        return printFailure(inactiveReason(**descriptor), console);
     PluginExecutionRequest request;
     request.pluginID = (*descriptor)->manifest.id;
     request.actionID = call.arguments[2];
@@ -281,11 +289,8 @@ int run(const VerbCall& call, Console& console) {
     request.settings = std::move(*settings);
     addConfiguration(call, capabilities.home(), request);
     auto response = capabilities.manager().runAction(std::move(request))();
-    if (!response) {
-        console.out.line(
-            writeCompactJSON(JSONValue::Object{{"success", false}, {"message", response.error()}}));
-        return ExitStatus::no;
-    }
+    if (!response)
+        return printFailure(response.error(), console);
     console.out.line(encodeResponse(*response));
     return response->success ? ExitStatus::fine : ExitStatus::no;
 }
