@@ -279,7 +279,9 @@ void XcbTyping::followRestored() {
     const auto giveUp = std::chrono::steady_clock::now() + kLongestHold;
     std::unique_lock lock(followerMutex_);
     while (restored_.any() && std::chrono::steady_clock::now() < giveUp) {
-        if (followerWake_.wait_for(lock, kFollowingInterval, [this] { return followerStops_; }))
+        // The wait of the steady clock is unknown to the thread sanitizer.
+        const auto next = std::chrono::system_clock::now() + kFollowingInterval;
+        if (followerWake_.wait_until(lock, next, [this] { return followerStops_; }))
             return;
         const Reply<xcb_query_keymap_reply_t> keymap(
             xcb_query_keymap_reply(connection_, xcb_query_keymap(connection_), nullptr));
