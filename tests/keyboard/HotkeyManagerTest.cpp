@@ -190,6 +190,11 @@ TEST_F(HotkeyManagerTest, TellsTheMonitorWhichKeysMatter) {
     type("g");
     type("z");
     expect(watch, {"escape"});
+    for (const char* next : {"2", "3"}) {
+        manager->updateConfiguration(share({group("Pass", {"p"}, true), action("Next", {"p", next})}));
+        type("p");
+        expect(watch, {"p", "escape", next});
+    }
     manager->updateConfiguration(nullptr);
     expect(watch, {});
 }
