@@ -5,6 +5,8 @@
 #include "tests/activation/DesktopFixture.h"
 #include "tests/activation/WindowDoubles.h"
 
+#include <thread>
+
 namespace varnel {
 namespace {
 
@@ -179,6 +181,36 @@ TEST_F(XcbDesktopTest, AnswersFromItsCacheWhileTheServerIsSilent) {
     EXPECT_EQ(front, process.id());
     ASSERT_EQ(windows.size(), 5u);
     EXPECT_EQ(windows.front().id, second);
+}
+
+TEST_F(XcbDesktopTest, ServesOtherThreadsWhileTheLoopKeepsItCurrent) {
+    show({{.title = "w", .count = 6}});
+    PollEventLoop loop;
+    const Subscription attached = desktop->attach(loop);
+    std::vector<WindowNumber> all;
+    for (const DesktopWindow& each : desktop->clientWindows())
+        all.push_back(each.id);
+    int activated = 0;
+    std::thread user([&] {
+        for (int i = 0; i < 60; ++i)
+            activated += desktop->activate(all[static_cast<std::size_t>(i) % all.size()]).has_value();
+        loop.post([&] { loop.quit(); });
+    });
+    std::thread reader([&] {
+        for (int i = 0; i < 200; ++i)
+            EXPECT_EQ(desktop->runningWindows()->size(), all.size());
+    });
+    auto last = steady_clock::now();
+    auto longest = last - last;
+    const Subscription turns = loop.observe(EventLoop::Phase::afterWake, [&] { last = steady_clock::now(); });
+    const Subscription sleeps = loop.observe(
+        EventLoop::Phase::beforeSleep, [&] { longest = std::max(longest, steady_clock::now() - last); });
+    loop.run();
+    user.join();
+    reader.join();
+    EXPECT_EQ(activated, 60);
+    EXPECT_EQ(topmost(), all[59 % all.size()]);
+    EXPECT_LT(longest, std::chrono::milliseconds(300)) << "the main thread waited for another";
 }
 
 TEST_F(XcbDesktopTest, SurvivesTheEndOfTheServer) {
