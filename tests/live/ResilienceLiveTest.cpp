@@ -22,6 +22,19 @@ protected:
         EXPECT_EQ(runs(1), (std::map<std::string, int>{{"ran ctrl+j w", 1}}));
     }
 
+    /// ctrl+j is a shortcut of the manager too, which takes it again after a change, in its own time; so do
+    /// we.
+    void expectSequencesWorkSoon(std::uint8_t controlKey) {
+        std::map<std::string, int> ran;
+        for (int attempt = 0; attempt < 8 && ran.empty(); ++attempt) {
+            std::this_thread::sleep_for(250ms);
+            typist->chord(controlKey, key::j);
+            typist->tap(key::w);
+            ran = runs(1, 100ms);
+        }
+        EXPECT_EQ(ran, (std::map<std::string, int>{{"ran ctrl+j w", 1}}));
+    }
+
     void grabKeyboard(bool on) {
         if (on) {
             const auto cookie = xcb_grab_keyboard(other().connection(), 0, other().screen()->root,
@@ -138,15 +151,7 @@ TEST_F(ResilienceLive, AnotherHolderOfTheKeyboardIsNamedAndSurvived) {
 TEST_F(ResilienceLive, ChangesOfKeymapAndManagerCostNothingForLong) {
     start({"--bind", "ctrl+j w", "--bind", "cmd g"});
     const auto works = [&] {
-        // ctrl+j is a shortcut of the manager too, which takes it again in its own time.
-        std::map<std::string, int> ran;
-        for (int attempt = 0; attempt < 6 && ran.empty(); ++attempt) {
-            std::this_thread::sleep_for(250ms);
-            typist->chord(key::ctrl, key::j);
-            typist->tap(key::w);
-            ran = runs(1, 50ms);
-        }
-        EXPECT_EQ(ran, (std::map<std::string, int>{{"ran ctrl+j w", 1}}));
+        expectSequencesWorkSoon(key::ctrl);
         typist->tap(key::super);
         typist->tap(key::g);
         EXPECT_EQ(runs(1), (std::map<std::string, int>{{"ran cmd g", 1}}));
@@ -171,13 +176,11 @@ TEST_F(ResilienceLive, ChangesOfKeymapAndManagerCostNothingForLong) {
 TEST_F(ResilienceLive, SwappedModifiersWorkAsSwapped) {
     start({"--bind", "ctrl+j w"});
     EXPECT_EQ(desktop->run({"setxkbmap", "us", "-option", "ctrl:swapcaps"}), 0);
-    std::this_thread::sleep_for(250ms);
-    typist->chord(key::capsLock, key::j);
-    typist->tap(key::w);
-    EXPECT_EQ(runs(1), (std::map<std::string, int>{{"ran ctrl+j w", 1}}));
+    expectSequencesWorkSoon(key::capsLock);
     EXPECT_EQ(desktop->run({"setxkbmap", "us", "-option", ""}), 0);
-    std::this_thread::sleep_for(250ms);
-    expectSequencesWork();
+    expectSequencesWorkSoon(key::ctrl);
+    EXPECT_TRUE(keysReachTheWindow());
+    EXPECT_EQ(typist->modifiers(), 0u);
 }
 
 TEST_F(ResilienceLive, KeysThatWePostReachTheApplicationAndMatchNothing) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -9,7 +10,7 @@ namespace varnel {
 
 /// Remembers the key events that the program itself is about to post, so that its own tap lets them through
 /// and never matches them against triggers. The system hands them back in the order of posting and without
-/// any mark of their origin. Any thread.
+/// any mark of their origin. What has not come back after two seconds never will. Any thread.
 class PostedKeyLedger {
 public:
     /// A key as the system numbers it (an X11 key code, not a macOS one).
@@ -22,16 +23,18 @@ public:
     /// To be called before the event is handed to the system.
     void push(Entry entry) {
         const std::lock_guard lock(mutex_);
+        forgetLapsed();
         if (entries_.size() < kMaximum)
-            entries_.push_back(entry);
+            entries_.push_back({entry, Clock::now()});
     }
 
     /// Whether `entry` is one of ours; it and everything posted before it is then forgotten (events that no
     /// tap wanted to see never come back).
     bool take(Entry entry) {
         const std::lock_guard lock(mutex_);
+        forgetLapsed();
         for (std::size_t i = 0; i < entries_.size(); ++i) {
-            if (entries_[i] == entry) {
+            if (entries_[i].entry == entry) {
                 entries_.erase(entries_.begin(), entries_.begin() + static_cast<std::ptrdiff_t>(i) + 1);
                 return true;
             }
@@ -53,9 +56,21 @@ public:
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+    struct Posted {
+        Entry entry;
+        Clock::time_point time;
+    };
+
+    void forgetLapsed() {
+        while (!entries_.empty() && Clock::now() - entries_.front().time > kLapse)
+            entries_.pop_front();
+    }
+
     static constexpr std::size_t kMaximum = 4096;
+    static constexpr std::chrono::seconds kLapse{2};
     mutable std::mutex mutex_;
-    std::deque<Entry> entries_;
+    std::deque<Posted> entries_;
 };
 
 } // namespace varnel

@@ -3,6 +3,7 @@
 #include <xcb/xtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
@@ -95,12 +96,21 @@ ProbeWindow::ProbeWindow(const std::string& display)
                         32, 9, hints);
     xcb_map_window(connection(), window_);
     focus();
+    // The first keys that a new desktop sees are lost while the manager looks at its keyboard.
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        for (const std::uint8_t type : {XCB_KEY_PRESS, XCB_KEY_RELEASE})
+            xcb_test_fake_input(connection(), type, key::shift, 0, XCB_NONE, 0, 0, 0);
+        xcb_flush(connection());
+        if (readUntil([&] { return releases(key::shift) > 0; }, milliseconds(50)))
+            break;
+    }
+    focus();
 }
 
 void ProbeWindow::focus() {
     // The manager gives a new window the focus in its own time: settled is what stays for a while.
     int settled = 0;
-    for (int attempt = 0; attempt < 500 && settled < 15; ++attempt) {
+    for (int attempt = 0; attempt < 500 && settled < 5; ++attempt) {
         const auto attributes = owned(xcb_get_window_attributes_reply(
             connection(), xcb_get_window_attributes(connection(), window_), nullptr));
         const auto focus =
