@@ -1,6 +1,7 @@
 #include "tests/live/LiveTest.h"
 
 #include <xcb/xcb.h>
+#include <xcb/xinput.h>
 
 namespace varnel::test {
 namespace {
@@ -202,6 +203,39 @@ TEST_F(ResilienceLive, KeysThatWePostReachTheApplicationAndMatchNothing) {
     // A foreign one of the same kind is a trigger as ever.
     typist->chord(key::ctrl, key::l);
     EXPECT_EQ(runs(1), (std::map<std::string, int>{{"ran ctrl+l", 1}}));
+}
+
+/// A window manager that uses XInput for its own shortcuts, as some do: it refuses us two things.
+TEST_F(ResilienceLive, ShortcutsOfAnotherXInputClientLeaveSequencesWorking) {
+    X11Client manager(desktop->display());
+    constexpr std::uint16_t keyboard = 3;
+    const std::uint32_t mask = XCB_INPUT_XI_EVENT_MASK_KEY_PRESS, modifiers = 4;
+    const auto cookie = xcb_input_xi_query_version(manager.connection(), 2, 2);
+    std::free(xcb_input_xi_query_version_reply(manager.connection(), cookie, nullptr));
+    for (const std::uint32_t taken : {key::l, key::k})
+        xcb_discard_reply(manager.connection(),
+                          xcb_input_xi_passive_grab_device(
+                              manager.connection(), XCB_CURRENT_TIME, manager.screen()->root, XCB_NONE, taken,
+                              keyboard, 1, 1, XCB_INPUT_GRAB_TYPE_KEYCODE, XCB_INPUT_GRAB_MODE_22_ASYNC,
+                              XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_OWNER_NO_OWNER, &mask, &modifiers)
+                              .sequence);
+    manager.sync();
+    start({"--bind", "ctrl+l", "--bind", "ctrl+j w l", "--bind", "cmd g"});
+    for (int i = 0; i < 20; ++i) {
+        typist->chord(key::ctrl, key::l); // refused to us once, granted by the other protocol
+        typist->chord(key::ctrl, key::j);
+        typist->tap(key::w);
+        typist->tap(key::l);
+        typist->tap(key::super);
+        typist->tap(key::g);
+        ASSERT_EQ(runs(3),
+                  (std::map<std::string, int>{{"ran ctrl+l", 1}, {"ran ctrl+j w l", 1}, {"ran cmd g", 1}}))
+            << i;
+    }
+    EXPECT_TRUE(keysReachTheWindow());
+    for (const std::uint8_t swallowed : {key::j, key::w, key::l, key::g})
+        EXPECT_EQ(window->presses(swallowed), 0) << int(swallowed);
+    EXPECT_EQ(trouble(), "trouble: ");
 }
 
 TEST(ServerLossLive, LosingTheServerEndsTheProgram) {

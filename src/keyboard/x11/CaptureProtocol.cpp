@@ -9,7 +9,8 @@ namespace {
 
 using Mode = KeyInterest::Mode;
 
-constexpr std::size_t kRawHistory = 64;
+// Raw input runs ahead by what is typed while the keyboard stands still; a flood of posted keys is a lot.
+constexpr std::size_t kRawHistory = 1024;
 
 const std::shared_ptr<const GrabPlan>& emptyPlan() {
     static const auto plan = std::make_shared<const GrabPlan>();
