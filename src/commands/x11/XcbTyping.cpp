@@ -279,7 +279,6 @@ void XcbTyping::followRestored() {
     const auto giveUp = std::chrono::steady_clock::now() + kLongestHold;
     std::unique_lock lock(followerMutex_);
     while (restored_.any() && std::chrono::steady_clock::now() < giveUp) {
-        // The wait of the steady clock is unknown to the thread sanitizer.
         const auto next = std::chrono::system_clock::now() + kFollowingInterval;
         if (followerWake_.wait_until(lock, next, [this] { return followerStops_; }))
             return;

@@ -6,6 +6,7 @@
 #include <xcb/xcb.h>
 
 #include <array>
+#include <atomic>
 #include <bitset>
 #include <condition_variable>
 #include <cstdint>
@@ -92,7 +93,7 @@ private:
     std::thread follower_;
     std::mutex followerMutex_;
     std::condition_variable followerWake_;
-    bool followerStops_ = false;
+    std::atomic<bool> followerStops_ = false;
 };
 
 } // namespace varnel
