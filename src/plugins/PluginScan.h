@@ -3,6 +3,8 @@
 #include "plugins/PluginDescriptor.h"
 #include "plugins/PluginTrust.h"
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 

@@ -230,6 +230,25 @@ TEST_F(PluginRunTest, WithdrawsTrustWhenARunFindsAnotherContent) {
     EXPECT_FALSE(std::filesystem::exists(folder / "canary"));
 }
 
+TEST_F(PluginRunTest, NoticesAChangeAfterThePackageHasSettled) {
+    const std::string script = "#!/bin/sh\necho '{\"success\":true}' #1\n";
+    const std::string package = trusted(makePackage(user, "p", "p", script));
+    EXPECT_EQ(execute("p", "go"), std::nullopt);
+    // From now on files whose times stand still are not read again.
+    std::this_thread::sleep_for(std::chrono::milliseconds(2700));
+    EXPECT_EQ(execute("p", "go"), std::nullopt);
+    EXPECT_EQ(execute("p", "go"), std::nullopt);
+    const std::string copy =
+        folder / "private/copies/" + *manager->registry()->activePlugin("p")->bundleHash + "/run";
+    ::chmod(copy.c_str(), 0700);
+    writeFile(copy, "#!/bin/sh\n: >" + (folder / "canary"), 0755);
+    EXPECT_EQ(execute("p", "go"), std::nullopt) << "a changed copy is made anew";
+    writeFile(package + "/run", "#!/bin/sh\necho '{\"success\":true}' #2\n", 0755);
+    EXPECT_EQ(execute("p", "go"),
+              "Failed to execute action: The package has changed since it was trusted. Changed: run.");
+    EXPECT_FALSE(std::filesystem::exists(folder / "canary"));
+}
+
 TEST_F(PluginRunTest, RefusesAPrivateFolderThatIsNotPrivate) {
     trusted(childPackage(user, "p"));
     std::filesystem::create_directories(folder / "private");
@@ -264,7 +283,8 @@ TEST_F(PluginRunTest, NeverRunsBytesThatWereSwappedIn) {
                 writeFile(package + "/run", content, 0755);
             }
             // Leaves the good one standing for a moment, so that runs do get through.
-            std::this_thread::sleep_for(i % 2 == 0 ? std::chrono::microseconds(100) : std::chrono::microseconds(4000));
+            std::this_thread::sleep_for(i % 2 == 0 ? std::chrono::microseconds(100)
+                                                   : std::chrono::microseconds(4000));
         }
     });
     int ran = 0, refused = 0;
