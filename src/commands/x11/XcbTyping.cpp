@@ -280,7 +280,7 @@ void XcbTyping::followRestored() {
     std::unique_lock lock(followerMutex_);
     while (restored_.any() && std::chrono::steady_clock::now() < giveUp) {
         const auto next = std::chrono::system_clock::now() + kFollowingInterval;
-        if (followerWake_.wait_until(lock, next, [this] { return followerStops_; }))
+        if (followerWake_.wait_until(lock, next, [this] { return followerStops_.load(); }))
             return;
         const Reply<xcb_query_keymap_reply_t> keymap(
             xcb_query_keymap_reply(connection_, xcb_query_keymap(connection_), nullptr));
