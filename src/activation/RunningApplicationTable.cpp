@@ -13,7 +13,8 @@ ApplicationActivation activateRunningApplication(const RunningApplicationTable& 
 }
 
 std::optional<WindowElements> findWindowElements(const RunningApplicationTable& applications,
-                                                 WindowNumberProviding& numbers, const RunningWindow& window) {
+                                                 WindowNumberProviding& numbers,
+                                                 const RunningWindow& window) {
     const AccessibilityElement application = applications.applicationElement(window.process);
     for (const AccessibilityElement& element : applications.windows(application))
         if (numbers.windowNumber(element) == window.id)

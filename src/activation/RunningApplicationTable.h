@@ -19,8 +19,8 @@ struct RunningApplicationTable {
     std::function<std::vector<AccessibilityElement>(const AccessibilityElement& application)> windows;
 };
 
-/// Since macOS 14 an application that is not in front itself is heard best when it names the one that is; where
-/// that is refused, or nobody is in front, it asks plainly.
+/// Since macOS 14 an application that is not in front itself is heard best when it names the one that is;
+/// where that is refused, or nobody is in front, it asks plainly.
 ApplicationActivation activateRunningApplication(const RunningApplicationTable& applications,
                                                  ProcessIdentifier process);
 

@@ -5,7 +5,9 @@
 
 namespace varnel {
 
-void ManualEventLoop::post(Task task) { posted_.add(std::move(task)); }
+void ManualEventLoop::post(Task task) {
+    posted_.add(std::move(task));
+}
 
 Subscription ManualEventLoop::after(Duration delay, Task task) {
     return timers_.add(now_ + std::max(delay, Duration::zero()), std::move(task));

@@ -32,7 +32,8 @@ public:
 class SystemRunningWindows final : public RunningWindowListing {
 public:
     /// Where a title is missing, `privateServer` is asked for it; it may be null.
-    explicit SystemRunningWindows(PrivateWindowServerControlling* privateServer) : privateServer_(privateServer) {}
+    explicit SystemRunningWindows(PrivateWindowServerControlling* privateServer)
+        : privateServer_(privateServer) {}
     std::expected<std::vector<RunningWindow>, WindowError> runningWindows() override;
     [[nodiscard]] std::optional<ProcessIdentifier> frontmostProcess() override;
 

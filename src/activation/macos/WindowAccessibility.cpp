@@ -21,8 +21,8 @@ AccessibilityElement elementOf(CFTypeRef native) {
             .keepAlive = std::shared_ptr<const void>(native, CoreFoundationRelease())};
 }
 
-std::expected<CoreFoundationOwned<CFTypeRef>, AccessibilityResult> copyAttribute(const AccessibilityElement& element,
-                                                                                CFStringRef name) {
+std::expected<CoreFoundationOwned<CFTypeRef>, AccessibilityResult>
+copyAttribute(const AccessibilityElement& element, CFStringRef name) {
     CFTypeRef value = nullptr;
     const AXError result = AXUIElementCopyAttributeValue(nativeOf(element), name, &value);
     CoreFoundationOwned<CFTypeRef> owned(value);
@@ -62,7 +62,8 @@ SystemWindowAccessibility::isMinimized(const AccessibilityElement& window) {
     return CFEqual(value->get(), kCFBooleanTrue) != 0;
 }
 
-AccessibilityResult SystemWindowAccessibility::setMinimized(const AccessibilityElement& window, bool minimized) {
+AccessibilityResult SystemWindowAccessibility::setMinimized(const AccessibilityElement& window,
+                                                            bool minimized) {
     return setAttribute(window, CFSTR("AXMinimized"), minimized ? kCFBooleanTrue : kCFBooleanFalse);
 }
 
@@ -83,12 +84,14 @@ AccessibilityResult SystemWindowAccessibility::raise(const AccessibilityElement&
     return static_cast<AccessibilityResult>(AXUIElementPerformAction(nativeOf(window), CFSTR("AXRaise")));
 }
 
-std::optional<AccessibilityElement> SystemWindowAccessibility::refresh(const AccessibilityElement& application,
-                                                                       const AccessibilityElement& window) {
+std::optional<AccessibilityElement>
+SystemWindowAccessibility::refresh(const AccessibilityElement& application,
+                                   const AccessibilityElement& window) {
     const auto windows = windowsOf(application);
-    const auto found = std::find_if(windows.begin(), windows.end(), [&](const AccessibilityElement& candidate) {
-        return CFEqual(nativeOf(candidate), nativeOf(window));
-    });
+    const auto found =
+        std::find_if(windows.begin(), windows.end(), [&](const AccessibilityElement& candidate) {
+            return CFEqual(nativeOf(candidate), nativeOf(window));
+        });
     return found == windows.end() ? std::nullopt : std::optional(*found);
 }
 

@@ -49,7 +49,8 @@ std::expected<std::vector<RunningWindow>, WindowError> SystemRunningWindows::run
     const auto front = frontmostProcess();
     std::vector<RunningWindow> windows;
     bool activeFound = false;
-    for (const JSONValue& entry : windowEntries(kCGWindowListOptionAll | kCGWindowListExcludeDesktopElements)) {
+    for (const JSONValue& entry :
+         windowEntries(kCGWindowListOptionAll | kCGWindowListExcludeDesktopElements)) {
         RunningWindow window{.id = integerOf<WindowNumber>(entry, kCGWindowNumber),
                              .process = integerOf<ProcessIdentifier>(entry, kCGWindowOwnerPID),
                              .title = textOf(entry, kCGWindowName),
@@ -59,25 +60,29 @@ std::expected<std::vector<RunningWindow>, WindowError> SystemRunningWindows::run
         if (window.title.empty() && privateServer_)
             window.title = privateServer_->windowTitle(window.id).value_or("");
         window.applicationID = bundleIdentifierOf(window.process).value_or("");
-        window.isActive = !activeFound && window.layer == 0 && window.isOnCurrentDesktop && front == window.process;
+        window.isActive =
+            !activeFound && window.layer == 0 && window.isOnCurrentDesktop && front == window.process;
         activeFound = activeFound || window.isActive;
         windows.push_back(std::move(window));
     }
     return windows;
 }
 
-std::optional<ProcessIdentifier> SystemRunningWindows::frontmostProcess() { return frontmostRunningProcess(); }
+std::optional<ProcessIdentifier> SystemRunningWindows::frontmostProcess() {
+    return frontmostRunningProcess();
+}
 
 NativeValues systemNativeValues() {
-    return {.read = [](NativeReference value) { return readValue(value).value_or(nullptr); },
-            .makeNumbers = [](std::span<const std::uint64_t> numbers) -> NativeReference {
-                JSONValue::Array values;
-                for (const std::uint64_t number : numbers)
-                    values.emplace_back(static_cast<double>(number));
-                return makeValue(values).release();
-            },
-            .makeString = [](const std::string& text) -> NativeReference { return makeString(text).release(); },
-            .release = [](NativeReference value) { CFRelease(value); }};
+    return {
+        .read = [](NativeReference value) { return readValue(value).value_or(nullptr); },
+        .makeNumbers = [](std::span<const std::uint64_t> numbers) -> NativeReference {
+            JSONValue::Array values;
+            for (const std::uint64_t number : numbers)
+                values.emplace_back(static_cast<double>(number));
+            return makeValue(values).release();
+        },
+        .makeString = [](const std::string& text) -> NativeReference { return makeString(text).release(); },
+        .release = [](NativeReference value) { CFRelease(value); }};
 }
 
 } // namespace varnel

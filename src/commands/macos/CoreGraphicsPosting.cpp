@@ -14,8 +14,12 @@ Object owned(Reference object) {
     return object ? Object(object, [](void* made) { CFRelease(made); }) : Object();
 }
 
-CGEventRef eventOf(const Object& object) { return static_cast<CGEventRef>(object.get()); }
-CGEventSourceRef sourceOf(const Object& object) { return static_cast<CGEventSourceRef>(object.get()); }
+CGEventRef eventOf(const Object& object) {
+    return static_cast<CGEventRef>(object.get());
+}
+CGEventSourceRef sourceOf(const Object& object) {
+    return static_cast<CGEventSourceRef>(object.get());
+}
 
 } // namespace
 

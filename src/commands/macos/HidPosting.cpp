@@ -38,7 +38,8 @@ HidPostingTable systemHidPosting() {
     table.requestPostAccess = [] { return IOHIDRequestAccess(kIOHIDRequestTypePostEvent); };
     table.findService = [] {
         // Consumes the dictionary.
-        return std::uint32_t{IOServiceGetMatchingService(kIOMainPortDefault, IOServiceMatching("IOHIDSystem"))};
+        return std::uint32_t{
+            IOServiceGetMatchingService(kIOMainPortDefault, IOServiceMatching("IOHIDSystem"))};
     };
     table.open = [](std::uint32_t service, std::uint32_t type, std::uint32_t& connection) -> std::int32_t {
         return IOServiceOpen(service, mach_task_self(), type, &connection);

@@ -1,0 +1,38 @@
+// Workspace, running applications and key events. Our own declarations of what Varnel calls, for checking on Linux.
+#pragma once
+#import <Foundation/Foundation.h>
+
+@interface NSRunningApplication : NSObject
+@property(readonly) pid_t processIdentifier;
+@property(nullable, readonly, copy) NSString *bundleIdentifier;
++ (nullable instancetype)runningApplicationWithProcessIdentifier:(pid_t)pid;
+- (BOOL)activateWithOptions:(NSUInteger)options;
+- (BOOL)activateFromApplication:(nonnull NSRunningApplication *)application options:(NSUInteger)options;
+@end
+
+@interface NSWorkspaceOpenConfiguration : NSObject
++ (nonnull instancetype)configuration;
+@property BOOL activates;
+@property BOOL allowsRunningApplicationSubstitution;
+@end
+
+@interface NSWorkspace : NSObject
+@property(class, nonnull, readonly, strong) NSWorkspace *sharedWorkspace;
+@property(nullable, readonly, strong) NSRunningApplication *frontmostApplication;
+- (BOOL)openURL:(nonnull NSURL *)url;
+- (nullable NSURL *)URLForApplicationWithBundleIdentifier:(nonnull NSString *)identifier;
+- (void)openApplicationAtURL:(nonnull NSURL *)url
+               configuration:(nonnull NSWorkspaceOpenConfiguration *)configuration
+           completionHandler:(nullable void (^)(NSRunningApplication *_Nullable app,
+                                                NSError *_Nullable error))handler;
+@end
+
+typedef enum : NSUInteger { NSEventTypeKeyDown = 10, NSEventTypeKeyUp = 11, NSEventTypeFlagsChanged = 12 } NSEventType;
+typedef NSUInteger NSEventModifierFlags;
+@interface NSEvent : NSObject
++ (nullable NSEvent *)eventWithCGEvent:(nonnull CGEventRef)event;
+@property(readonly) NSEventType type;
+@property(readonly) unsigned short keyCode;
+@property(readonly) NSEventModifierFlags modifierFlags;
+@property(readonly, getter=isARepeat) BOOL ARepeat;
+@end

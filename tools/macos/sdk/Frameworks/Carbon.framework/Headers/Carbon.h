@@ -1,0 +1,10 @@
+// The keyboard type. Our own declarations of what Varnel calls, for checking on Linux.
+#pragma once
+#include <CoreFoundation/CoreFoundation.h>
+#ifdef __cplusplus
+extern "C" {
+#endif
+UInt8 LMGetKbdType(void);
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,36 @@
+// The few classes that AppKit declarations need. Our own declarations of what Varnel calls, for checking on Linux.
+#pragma once
+#include <CoreFoundation/CoreFoundation.h>
+#include <CoreGraphics/CoreGraphics.h>
+
+#if __has_include(<objc/NSObject.h>)  // the open-source runtime headers, when the toolchain has them
+#include <objc/NSObject.h>
+#else
+typedef bool BOOL;  // arm64
+#define YES ((BOOL)1)
+#define NO ((BOOL)0)
+#define nil nullptr
+typedef long NSInteger;
+typedef unsigned long NSUInteger;
+__attribute__((objc_root_class)) @interface NSObject
++ (instancetype)alloc;
+- (instancetype)init;
++ (instancetype)new;
+@end
+#endif
+@interface NSString : NSObject
++ (nullable instancetype)stringWithUTF8String:(nonnull const char *)s;
+@property(nullable, readonly) const char *UTF8String __attribute__((objc_returns_inner_pointer));
+@end
+@interface NSURL : NSObject
++ (nonnull NSURL *)fileURLWithPath:(nonnull NSString *)path;
+@property(nullable, readonly, copy) NSString *path;
+@end
+@interface NSError : NSObject
+@property(nonnull, readonly, copy) NSString *localizedDescription;
+@end
+@interface NSBundle : NSObject
+@property(class, nonnull, readonly, strong) NSBundle *mainBundle;
++ (nullable instancetype)bundleWithURL:(nonnull NSURL *)url;
+@property(nullable, readonly, copy) NSString *bundleIdentifier;
+@end
