@@ -4,7 +4,8 @@ namespace varnel::capability {
 namespace {
 
 std::unexpected<std::string> unavailable() {
-    return std::unexpected("Switching between running applications is not available on this system yet.");
+    return std::unexpected<std::string>(
+        "Switching between running applications is not available on this system yet.");
 }
 
 } // namespace

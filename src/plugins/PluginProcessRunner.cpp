@@ -28,8 +28,8 @@ using Clock = std::chrono::steady_clock;
 class PipeSignalBlock {
 public:
     PipeSignalBlock() {
-        ::sigemptyset(&pipe_);
-        ::sigaddset(&pipe_, SIGPIPE);
+        sigemptyset(&pipe_);
+        sigaddset(&pipe_, SIGPIPE);
         ::pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
         wasPending_ = isPending();
     }
@@ -46,7 +46,7 @@ private:
     static bool isPending() {
         sigset_t pending;
         ::sigpending(&pending);
-        return ::sigismember(&pending, SIGPIPE) == 1;
+        return sigismember(&pending, SIGPIPE) == 1;
     }
 
     sigset_t pipe_, before_;

@@ -107,10 +107,11 @@ private:
 
     std::expected<void, PluginProcessError> setAttributes() {
         sigset_t none, endings;
-        ::sigemptyset(&none);
-        ::sigemptyset(&endings);
+        // These are macros on macOS, which take no "::".
+        sigemptyset(&none);
+        sigemptyset(&endings);
         for (int signal : {SIGPIPE, SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGCHLD})
-            ::sigaddset(&endings, signal);
+            sigaddset(&endings, signal);
         const auto flags = static_cast<short>(POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK |
                                               POSIX_SPAWN_SETSIGDEF | extraSpawnFlags());
         if (auto step = check("set process-group flag", ::posix_spawnattr_setflags(&attributes_, flags));

@@ -11,6 +11,9 @@
 #include <cstdlib>
 #include <utility>
 
+// No header of macOS declares it.
+extern "C" char** environ;
+
 namespace varnel {
 
 namespace {
