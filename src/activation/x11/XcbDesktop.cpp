@@ -334,6 +334,13 @@ std::expected<void, WindowError> XcbDesktop::unminimize(WindowNumber window) {
             return {};
         xcb_map_window(state.connection->get(), window);
         xcb_flush(state.connection->get());
+        // Some window managers show a window of another desktop only once it is activated.
+        state.update();
+        const auto desktop = state.readLongs(window, state.atom(XcbAtom::wmDesktop));
+        const std::optional<std::uint32_t> current = state.cache.currentDesktop();
+        if (current && !desktop.empty() && desktop[0] != kAllDesktops && desktop[0] != *current &&
+            state.isMinimized(window))
+            return std::unexpected(WindowError{"The window is on another desktop and has to be activated."});
     }
     if (waitUntil(state.mutex, *state.connection, [&] { return !state.isMinimized(window); }))
         return {};

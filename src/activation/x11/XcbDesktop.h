@@ -53,6 +53,7 @@ public:
     /// minimisation where needed. `timestamp` is the server time of the user's key; 0 asks the server.
     std::expected<void, WindowError> activate(WindowNumber window, Wait wait = Wait::untilDone,
                                               std::uint32_t timestamp = 0);
+    /// Fails at once for a window on another desktop that the manager shows only when it is activated.
     std::expected<void, WindowError> unminimize(WindowNumber window);
     std::expected<void, WindowError> minimize(WindowNumber window);
     std::expected<void, WindowError> raise(WindowNumber window);
