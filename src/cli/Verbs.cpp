@@ -11,6 +11,7 @@ extern const Verb kTokenVerb;
 extern const Verb kLabelsVerb;
 extern const Verb kLookupVerb;
 extern const Verb kSimulateVerb;
+extern const Verb kOperationsVerb;
 extern const Verb kPluginsVerb;
 extern const Verb kWindowsVerb;
 extern const Verb kStatusVerb;
@@ -30,6 +31,7 @@ constexpr const Verb* kVerbs[] = {
     &kLabelsVerb,
     &kLookupVerb,
     &kSimulateVerb,
+    &kOperationsVerb,
     &kPluginsVerb,
     &kWindowsVerb,
     &kStatusVerb,

@@ -4,6 +4,7 @@
 #include "keyboard/TimingPreferences.h"
 #include "runtime/ControlRequests.h"
 #include "runtime/ProcessMemory.h"
+#include "runtime/WindowChoiceResolvers.h"
 
 #include <unistd.h>
 
@@ -31,12 +32,6 @@ void printDiagnostic(std::string_view line) {
     [[maybe_unused]] ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
 }
 
-/// Beside the program in a build tree and in an installation alike.
-std::string bundledPluginsBeside(const std::string& programFolder) {
-    return programFolder.empty() ? std::string()
-                                 : standardizedPath(programFolder + "/../share/varnel/plugins");
-}
-
 } // namespace
 
 Application::Application(EventLoop& loop, ApplicationOptions options, PlatformMaker makePlatform)
@@ -53,6 +48,7 @@ Application::~Application() {
     hotkeys_.reset();
     if (plugins_)
         plugins_->stopWaiting();
+    windowQueue_.reset();
     commandQueue_.reset();
 }
 
@@ -95,8 +91,9 @@ std::expected<void, std::string> Application::openControlSocket() {
 
 void Application::buildPlugins() {
     PluginManagerOptions options;
-    options.bundledPluginsURL = options_.bundledPlugins.empty() ? bundledPluginsBeside(options_.programFolder)
-                                                                : options_.bundledPlugins;
+    options.bundledPluginsURL = options_.bundledPlugins.empty()
+                                    ? defaultBundledPluginsFolder(options_.programFolder)
+                                    : options_.bundledPlugins;
     options.userPluginsURL = options_.userPlugins;
     options.homeFolder = options_.paths.home;
     options.frontmostApplication = [this] { return platform_->frontmostApplication(); };
@@ -134,6 +131,11 @@ void Application::buildEngine() {
     commandExecutor_ = std::make_unique<CommandExecutor>(*commandFactory_, *commandQueue_, loop_);
     monitorFactory_ = std::make_unique<KeyboardMonitorFactory>(
         loop_, platform_->eventTaps(), [this] { return modifierTapThreshold(preferences_); });
+    windowQueue_ = std::make_unique<SerialQueue>("com.brackwell.varnel.windows");
+    addWindowChoiceResolvers(choices_, {.loop = loop_,
+                                        .executor = *windowQueue_,
+                                        .services = [this] { return platform_->windowServices(); },
+                                        .ownProcess = ::getpid()});
     hotkeys_ = std::make_unique<HotkeyManager>(HotkeyManagerDependencies{
         .loop = loop_,
         .keyboardMonitorFactory = *monitorFactory_,
@@ -144,7 +146,7 @@ void Application::buildEngine() {
         .isAccessibilityTrusted = [this] { return platform_->captureError().empty(); },
         .writeDiagnostic = printDiagnostic,
         .applicationStatusResolver = {},
-        .dynamicChoiceRegistry = nullptr,
+        .dynamicChoiceRegistry = &choices_,
         .localMonitorFactory = nullptr});
     hotkeys_->updateConfiguration(config_->sharedRootItems());
     subscriptions_.push_back(config_->observe([this](const ConfigChange& change) {

@@ -89,6 +89,8 @@ private:
     std::unique_ptr<CommandFactory> commandFactory_;
     std::unique_ptr<SerialQueue> commandQueue_;
     std::unique_ptr<CommandExecutor> commandExecutor_;
+    std::unique_ptr<SerialQueue> windowQueue_; ///< where choices among windows are looked for
+    DynamicChoiceRegistry choices_;
     std::unique_ptr<ConfigManager> config_;
     std::unique_ptr<PreferenceWatch> preferenceWatch_;
     std::unique_ptr<KeyboardMonitorFactory> monitorFactory_;

@@ -6,6 +6,7 @@
 #include "base/SerialQueue.h"
 #include "commands/CommandFactory.h"
 #include "keyboard/KeyboardMonitoring.h"
+#include "runtime/WindowServices.h"
 
 #include <functional>
 #include <memory>
@@ -30,6 +31,9 @@ public:
     virtual CommandServices commandServices() = 0;
     /// The identifier of the application in front, as far as it is known without waiting.
     virtual std::optional<std::string> frontmostApplication() { return std::nullopt; }
+    /// The windows of running applications; null while there is no window server. Called on one worker
+    /// thread, which must have ended before the platform is destroyed.
+    virtual WindowServices* windowServices() = 0;
     /// Starts a program, looked up in PATH, that lives on by itself; a failure is ignored.
     virtual void startProgram(const std::vector<std::string>& argv) = 0;
     /// Gets ready, on `queue`, what the first command would otherwise wait for. Called once the keyboard is

@@ -1,6 +1,8 @@
 #include "runtime/RuntimePaths.h"
 
-#include <pwd.h>
+#include "base/PosixFileSystem.h"
+#include "base/Text.h"
+
 #include <unistd.h>
 
 #include <cstdlib>
@@ -33,9 +35,14 @@ std::string fileNamePart(const std::string& display) {
     return name.substr(0, 64);
 }
 
+/// The home folder of the account database's own file. Asking the system for it would load libraries.
 std::string homeOfAccount() {
-    const passwd* account = ::getpwuid(::geteuid());
-    return account && account->pw_dir && account->pw_dir[0] == '/' ? account->pw_dir : "/";
+    auto text = PosixFileSystem().readFile("/etc/passwd");
+    for (std::string_view line : split(text ? *text : std::string(), '\n'))
+        if (auto fields = split(line, ':');
+            fields.size() > 5 && fields[2] == std::to_string(::geteuid()) && fields[5].starts_with('/'))
+            return std::string(fields[5]);
+    return "/";
 }
 
 } // namespace

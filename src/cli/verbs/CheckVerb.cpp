@@ -1,8 +1,14 @@
+#include "base/FilePreferenceStore.h"
+#include "base/PosixFileSystem.h"
 #include "cli/ConfigInput.h"
 #include "cli/JSONLine.h"
 #include "config/ConfigCheck.h"
+#include "plugins/PluginManager.h"
+#include "runtime/ProgramLocation.h"
+#include "runtime/RuntimePaths.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace varnel {
 
@@ -27,6 +33,37 @@ void printJSON(const std::vector<Diagnostic>& diagnostics, Console& console) {
     console.out.line(diagnostics.empty() ? "]" : "\n]");
 }
 
+/// The actions of the installed plugins, whether they may run or not.
+std::vector<KnownAction> pluginActions() {
+    RuntimePaths paths = RuntimePaths::fromEnvironment();
+    PosixFileSystem files;
+    FilePreferenceStore preferences(files, paths.preferences);
+    PluginManagerOptions options;
+    options.homeFolder = paths.home;
+    options.bundledPluginsURL = defaultBundledPluginsFolder(programFolder());
+    PluginManager manager(std::move(options), preferences, nullptr);
+    manager.reload();
+    std::vector<KnownAction> actions;
+    for (const auto& package : manager.registry()->descriptors)
+        for (const PluginActionDescriptor& action : package->manifest.actions) {
+            KnownAction known{package->manifest.id, action.id, {}};
+            for (const PluginFieldSchema& field : action.parametersSchema)
+                known.parameters.push_back({field.key, field.required && !field.defaultValue});
+            actions.push_back(std::move(known));
+        }
+    return actions;
+}
+
+std::vector<Diagnostic> findings(std::string_view text) {
+    std::vector<KnownAction> known = builtInActions();
+    std::vector<Diagnostic> found = checkDocument(text, known);
+    auto isUnknown = [](const Diagnostic& finding) { return finding.code == "unknown-action"; };
+    if (std::ranges::none_of(found, isUnknown))
+        return found;
+    std::ranges::move(pluginActions(), std::back_inserter(known));
+    return checkDocument(text, known);
+}
+
 int statusOf(const std::vector<Diagnostic>& diagnostics) {
     auto isError = [](const Diagnostic& found) { return found.severity == Diagnostic::Severity::error; };
     if (std::ranges::any_of(diagnostics, isError))
@@ -45,7 +82,7 @@ int run(const VerbCall& call, Console& console) {
             printJSON({{Diagnostic::Severity::error, "unreadable", file.error(), "", {}, ""}}, console);
         return ExitStatus::failed;
     }
-    std::vector<Diagnostic> diagnostics = checkDocument(file->text, builtInActions());
+    std::vector<Diagnostic> diagnostics = findings(file->text);
     if (call.has("--json")) {
         printJSON(diagnostics, console);
     } else {

@@ -9,6 +9,7 @@
 #include "keyboard/notation/PostedKeyLedger.h"
 #include "keyboard/x11/XcbKeyboardEventTapSession.h"
 #include "runtime/Platform.h"
+#include "runtime/x11/X11WindowServices.h"
 
 #include <unistd.h>
 
@@ -127,6 +128,13 @@ public:
             .log = log_};
     }
 
+    WindowServices* windowServices() override {
+        if (!windowServices_)
+            if (XcbDesktop* desktop = desktop_.connected())
+                windowServices_.emplace(*desktop, log_);
+        return windowServices_ ? &*windowServices_ : nullptr;
+    }
+
     void startProgram(const std::vector<std::string>& argv) override {
         if (std::string program = findProgram(argv.at(0)); !program.empty())
             (void)startDetached({program, argv, environmentStrings(), {}});
@@ -154,6 +162,7 @@ private:
     XcbKeyboardEventTapSessionFactory taps_;
     InotifyFileEventSource fileEvents_;
     DesktopOnDemand desktop_;
+    std::optional<X11WindowServices> windowServices_; ///< made and used on the worker thread
     LinuxWorkspace workspace_;
     WorkspaceTable workspaceTable_;
     LinuxApplicationActivator activator_;
