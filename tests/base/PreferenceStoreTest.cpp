@@ -1,3 +1,4 @@
+#include "base/CoreFoundationPreferenceStore.h"
 #include "base/FilePreferenceStore.h"
 #include "base/MemoryPreferenceStore.h"
 #include "base/PosixFileSystem.h"
@@ -25,6 +26,36 @@ TEST(Preferences, AreReadAsTheKindThatIsAskedFor) {
     EXPECT_TRUE(store.setValue("one", std::nullopt));
     EXPECT_TRUE(store.setValue("missing", std::nullopt));
     EXPECT_EQ(store.value("one"), std::nullopt);
+}
+
+TEST(CoreFoundationPreferenceStore, KeepsOnlyWhatTheSystemCanKeep) {
+    JSONValue::Object kept;
+    bool canSynchronize = true;
+    CoreFoundationPreferenceStore store(
+        {.copyValue =
+             [&](const std::string& key) {
+                 const auto found = kept.find(key);
+                 return found == kept.end() ? std::nullopt : std::optional(found->second);
+             },
+         .setValue =
+             [&](const std::string& key, const std::optional<JSONValue>& value) {
+                 if (value)
+                     kept[key] = *value;
+                 else
+                     kept.erase(key);
+             },
+         .synchronize = [&] { return canSynchronize; }});
+    EXPECT_TRUE(store.setValue("list", JSONValue::Array{1, "a", JSONValue::Object{{"b", true}}}));
+    for (const JSONValue& value :
+         {JSONValue(), JSONValue(JSONValue::Array{1, nullptr}), JSONValue(JSONValue::Object{{"a", nullptr}})})
+        EXPECT_FALSE(store.setValue("list", value));
+    canSynchronize = false;
+    EXPECT_FALSE(store.setValue("list", 1));
+    EXPECT_FALSE(store.setValue("new", 1));
+    EXPECT_EQ(kept, (JSONValue::Object{{"list", JSONValue::Array{1, "a", JSONValue::Object{{"b", true}}}}}));
+    canSynchronize = true;
+    EXPECT_TRUE(store.setValue("list", std::nullopt));
+    EXPECT_EQ(store.value("list"), std::nullopt);
 }
 
 /// The real file system, of which one call can be made to fail.
