@@ -221,6 +221,7 @@ TEST_F(ResilienceLive, ShortcutsOfAnotherXInputClientLeaveSequencesWorking) {
                               .sequence);
     manager.sync();
     start({"--bind", "ctrl+l", "--bind", "ctrl+j w l", "--bind", "cmd g"});
+    std::this_thread::sleep_for(100ms); // the refusals come, and the second way is gone
     for (int i = 0; i < 20; ++i) {
         typist->chord(key::ctrl, key::l); // refused to us once, granted by the other protocol
         typist->chord(key::ctrl, key::j);
