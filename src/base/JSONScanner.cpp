@@ -83,7 +83,7 @@ bool JSONScanner::value(int depth) {
         return fail("nested deeper than " + std::to_string(kMaximumJSONDepth) + " levels");
     if (visitor_)
         visitor_->value(path_, position(next_));
-    std::string content;
+    std::string_view content;
     switch (peek()) {
     case '{':
         return tell(&JSONHandler::beginObject) && object(depth) && tell(&JSONHandler::endObject);
@@ -111,21 +111,21 @@ bool JSONScanner::object(int depth) {
         if (peek() != '"')
             return fail("expected a key in quotes, found " + found());
         const std::size_t begin = next_;
-        std::string key;
+        std::string_view key;
         if (!string(key))
             return false;
         if (visitor_)
-            visitor_->key(path_, key, position(begin));
-        tell(&JSONHandler::key, key);
+            visitor_->key(path_, std::string(key), position(begin));
+        if (!tell(&JSONHandler::key, key))
+            return false;
+        std::string name(visitor_ ? key : std::string_view());
         skipSpace();
         if (peek() != ':')
             return fail("expected ':', found " + found());
         ++next_;
         skipSpace();
-        path_.emplace_back(std::move(key));
-        if (!value(depth + 1))
+        if (!step(std::move(name), depth))
             return false;
-        path_.pop_back();
         skipSpace();
         if (peek() == '}')
             return ++next_;
@@ -142,10 +142,8 @@ bool JSONScanner::array(int depth) {
     if (peek() == ']')
         return ++next_;
     for (std::size_t index = 0;; ++index) {
-        path_.emplace_back(index);
-        if (!value(depth + 1))
+        if (!step(index, depth))
             return false;
-        path_.pop_back();
         skipSpace();
         if (peek() == ']')
             return ++next_;
@@ -156,25 +154,50 @@ bool JSONScanner::array(int depth) {
     }
 }
 
-bool JSONScanner::string(std::string& content) {
-    const std::size_t begin = next_++;
-    while (peek() != '"' || atEnd()) {
-        if (atEnd())
-            return failAt(begin, "this text has no closing quote");
-        if (!(peek() == '\\' ? escape(content) : character(content)))
-            return false;
-    }
-    return ++next_;
+bool JSONScanner::step(JSONPathStep step, int depth) {
+    if (!visitor_) // only a visitor wants to know the path
+        return value(depth + 1);
+    path_.push_back(std::move(step));
+    const bool goesOn = value(depth + 1);
+    path_.pop_back();
+    return goesOn;
 }
 
-bool JSONScanner::character(std::string& content) {
-    if (static_cast<unsigned char>(peek()) < 0x20)
-        return fail(peek() == '\n' ? "a line break inside a text must be written as \\n"
-                                   : "a control character inside a text must be written as an escape");
-    const std::size_t length = utf8CharacterLength(text_.substr(next_));
+bool JSONScanner::string(std::string_view& content) {
+    const std::size_t begin = next_++;
+    std::size_t copied = next_; // up to here the content is in `unescaped_`
+    unescaped_.clear();
+    while (true) {
+        if (atEnd())
+            return failAt(begin, "this text has no closing quote");
+        const char c = text_[next_];
+        if (c == '"')
+            break;
+        if (c == '\\') {
+            unescaped_ += text_.substr(copied, next_ - copied);
+            if (!escape(unescaped_))
+                return false;
+            copied = next_;
+        } else if (!character()) {
+            return false;
+        }
+    }
+    const bool hasEscapes = copied > begin + 1;
+    if (hasEscapes)
+        unescaped_ += text_.substr(copied, next_ - copied);
+    content = hasEscapes ? std::string_view(unescaped_) : text_.substr(copied, next_ - copied);
+    ++next_;
+    return true;
+}
+
+bool JSONScanner::character() {
+    const auto byte = static_cast<unsigned char>(text_[next_]);
+    if (byte < 0x20)
+        return fail(byte == '\n' ? "a line break inside a text must be written as \\n"
+                                 : "a control character inside a text must be written as an escape");
+    const std::size_t length = byte < 0x80 ? 1 : utf8CharacterLength(text_.substr(next_));
     if (length == 0)
         return fail("invalid UTF-8");
-    content += text_.substr(next_, length);
     next_ += length;
     return true;
 }

@@ -23,30 +23,29 @@ public:
 /// reader accepts, except for numbers within a part in 10^20 of the largest double.
 class JSONScanner {
 public:
-    /// `visitor` and `handler` may be null. What a handler answers is not looked at: it gets the text to the end
-    /// or to the first error.
+    /// `visitor` and `handler` may be null.
     explicit JSONScanner(std::string_view text, JSONPlaceVisitor* visitor = nullptr, JSONHandler* handler = nullptr);
-    /// What is wrong with the text, if anything.
+    /// What is wrong with the text, if anything; nothing when the handler ended the scan.
     std::optional<JSONError> scan();
 
 private:
     bool value(int depth);
     bool object(int depth);
     bool array(int depth);
-    bool string(std::string& content);
+    /// `content` holds until the next text is read.
+    bool string(std::string_view& content);
+    bool step(JSONPathStep step, int depth);
     bool escape(std::string& content);
-    bool character(std::string& content);
+    bool character();
     std::optional<unsigned> hexadecimal();
     bool number();
     bool word(std::string_view word);
     void skipSpace();
 
-    /// Always true, so that it can be chained.
+    /// Whether to go on.
     template <typename... Parameters, typename... Arguments>
     bool tell(bool (JSONHandler::*function)(Parameters...), Arguments&&... arguments) {
-        if (handler_)
-            (handler_->*function)(arguments...);
-        return true;
+        return !handler_ || (handler_->*function)(arguments...);
     }
     [[nodiscard]] bool atEnd() const { return next_ == text_.size(); }
     [[nodiscard]] char peek() const { return atEnd() ? '\0' : text_[next_]; }
@@ -61,6 +60,7 @@ private:
     std::size_t next_ = 0;
     std::optional<JSONError> error_;
     JSONPath path_;
+    std::string unescaped_; ///< the content of a text with escapes
     /// A known place from which positions are counted on.
     mutable std::size_t countedTo_ = 0;
     mutable JSONPosition counted_{1, 1};

@@ -1,5 +1,6 @@
 #include "base/JSONReader.h"
 #include "base/JSONPlainReader.h"
+#include "base/JSONScanner.h"
 #include "base/JSONStream.h"
 #include "base/JSONWriter.h"
 
@@ -184,15 +185,24 @@ private:
     int limit_;
 };
 
+bool readFast(std::string_view text, JSONHandler& handler) {
+    return parseJSON(text, handler).has_value();
+}
+bool readWithTheScanner(std::string_view text, JSONHandler& handler) {
+    return !JSONScanner(text, nullptr, &handler).scan();
+}
+
 TEST(JSONStream, GivesThePiecesInOrderUntilTheHandlerStops) {
     const std::string whole = "{k[1t0s{}]}";
-    for (int limit = 1; limit <= static_cast<int>(whole.size()); ++limit) {
-        StoppingHandler handler(limit);
-        EXPECT_TRUE(parseJSON(R"({"k":[5,false,null,"s",{}]})", handler)) << limit;
-        EXPECT_EQ(handler.seen, whole.substr(0, static_cast<std::size_t>(limit)));
+    for (const auto& read : {readFast, readWithTheScanner}) {
+        for (int limit = 1; limit <= static_cast<int>(whole.size()); ++limit) {
+            StoppingHandler handler(limit);
+            EXPECT_TRUE(read(R"({"k":[5,false,null,"s",{}]})", handler)) << limit;
+            EXPECT_EQ(handler.seen, whole.substr(0, static_cast<std::size_t>(limit)));
+        }
+        StoppingHandler handler(3);
+        EXPECT_TRUE(read("[1,2,nonsense]", handler)) << "what follows the stop is not looked at";
     }
-    StoppingHandler handler(3);
-    EXPECT_TRUE(parseJSON("[1,2,nonsense]", handler)) << "what follows the stop is not looked at";
 }
 
 TEST(JSONPosition, IsFoundForPathsAndTheirLongestExistingPart) {

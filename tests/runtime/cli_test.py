@@ -161,7 +161,8 @@ class Check(VerbTest):
         self.assertIn("Two", self.status(1, "check", path).stdout)
 
     def test_files_that_do_not_load_end_with_2(self):
-        rows = [("{\n  \"items\": [1,]\n}", 2), ("", 1), ("{\"items\": 3}", 1), ("[[[[", 1), ("\x00", 1)]
+        rows = [("{\n  \"items\": [1,]\n}", 2), ("", 1), ("{\"items\": 3}", 1), ("[[[[", 1), ("\x00", 1),
+                ('[{"name": "n", "type": "action",\n "keys": 3}]', 2)]
         for text, line in rows:
             with self.subTest(text=text):
                 path = self.home.write("broken.json", text)
