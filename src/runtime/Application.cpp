@@ -19,7 +19,7 @@ namespace varnel {
 
 namespace {
 
-/// Time enough for everything that the start has set off to be over.
+/// Time enough for everything that a start or a new configuration sets off to be over.
 constexpr Duration kSettlingTime = 300ms;
 
 std::string temporaryFolder() {
@@ -45,6 +45,7 @@ Application::~Application() {
         hotkeys_->stopGlobalMonitoring();
     controlServer_.reset();
     subscriptions_.clear();
+    settling_.reset();
     hotkeys_.reset();
     if (plugins_)
         plugins_->stopWaiting();
@@ -71,7 +72,7 @@ std::expected<void, std::string> Application::start() {
     buildEngine();
     captureKeyboard();
     plugins_->scan();
-    subscriptions_.push_back(loop_.after(kSettlingTime, [this] { settle(); }));
+    settleSoon();
     return {};
 }
 
@@ -150,8 +151,10 @@ void Application::buildEngine() {
         .localMonitorFactory = nullptr});
     hotkeys_->updateConfiguration(config_->sharedRootItems());
     subscriptions_.push_back(config_->observe([this](const ConfigChange& change) {
-        if (change.rootItems)
-            hotkeys_->updateConfiguration(config_->sharedRootItems());
+        if (!change.rootItems)
+            return;
+        hotkeys_->updateConfiguration(config_->sharedRootItems());
+        settleSoon();
     }));
 }
 
@@ -160,9 +163,12 @@ void Application::captureKeyboard() {
         log_.write(LogLevel::error, "Keyboard", "Keys cannot be captured: " + platform_->captureError());
 }
 
-void Application::settle() {
-    platform_->prepareCommands(*commandQueue_);
-    returnUnusedMemory();
+void Application::settleSoon() {
+    settling_ = loop_.after(kSettlingTime, [this] {
+        if (!std::exchange(hasSettled_, true))
+            platform_->prepareCommands(*commandQueue_);
+        returnUnusedMemory();
+    });
 }
 
 void Application::preferencesChanged() {

@@ -70,7 +70,7 @@ private:
     void buildPlugins();
     void buildEngine();
     void captureKeyboard();
-    void settle();
+    void settleSoon();
     void preferencesChanged();
     [[nodiscard]] JSONValue::Array readPluginPreferences() const;
     void signalReceived(int signal);
@@ -96,6 +96,8 @@ private:
     std::unique_ptr<KeyboardMonitorFactory> monitorFactory_;
     std::unique_ptr<HotkeyManager> hotkeys_;
     std::vector<Subscription> subscriptions_;
+    Subscription settling_;
+    bool hasSettled_ = false;
     JSONValue::Array pluginPreferences_; ///< those that decide which plugins may run
     std::string failure_;
 };
