@@ -1,4 +1,5 @@
 #include "base/JSONReader.h"
+#include "base/JSONScanner.h"
 #include "base/JSONStream.h"
 #include "base/JSONWriter.h"
 
@@ -66,6 +67,19 @@ void jsonStream(benchmark::State& state) {
     report(state, text);
 }
 BENCHMARK(jsonStream)->Arg(1)->Arg(200)->Arg(10'000)->Arg(130'000)->Unit(benchmark::kMicrosecond);
+
+/// The reader of statically linked programs.
+void jsonScan(benchmark::State& state) {
+    const std::string text = documentOf(state.range(0));
+    for (auto _ : state) {
+        CountingHandler handler;
+        if (JSONScanner(text, nullptr, &handler).scan())
+            state.SkipWithError("does not parse");
+        benchmark::DoNotOptimize(handler.pieces);
+    }
+    report(state, text);
+}
+BENCHMARK(jsonScan)->Arg(200)->Arg(10'000)->Unit(benchmark::kMicrosecond);
 
 void jsonTree(benchmark::State& state) {
     const std::string text = documentOf(state.range(0));
