@@ -18,10 +18,8 @@ std::string startWithWindows(const VerbCall& call, const ApplicationOptions& opt
         return "there is no display";
     std::string program = appendPath(options.programFolder, "varnel-app");
     std::vector<std::string> words{program};
-    for (const auto& [name, value] : call.options) {
-        words.push_back(name);
-        words.push_back(value);
-    }
+    for (const auto& [name, value] : call.options)
+        words.push_back(value.empty() ? name : name + "=" + value);
     std::vector<char*> arguments;
     for (std::string& word : words)
         arguments.push_back(word.data());
