@@ -19,8 +19,8 @@ public:
     virtual void key(const JSONPath& path, const std::string& key, JSONPosition position) = 0;
 };
 
-/// The slow, careful pass over a JSON text that knows lines and columns. It accepts exactly what the fast
-/// reader accepts, except for numbers within a part in 10^20 of the largest double.
+/// The careful pass over a JSON text that knows lines and columns. It accepts exactly what the fast reader
+/// accepts.
 class JSONScanner {
 public:
     /// `visitor` and `handler` may be null.
