@@ -8,9 +8,10 @@
 namespace varnel {
 namespace {
 
+/// The end of a sentence about an unknown word.
 std::string suggestion(std::string_view word, const std::vector<std::string>& candidates) {
     const std::string near = nearest(word, candidates);
-    return near.empty() ? "" : "; did you mean " + quoteForMessage(near) + "?";
+    return near.empty() ? "." : "; did you mean " + quoteForMessage(near) + "?";
 }
 
 /// The known actions, ordered for look-ups.

@@ -2,7 +2,7 @@
 #include "config/ConfigFindings.h"
 #include "keyboard/notation/KeyTokenCodec.h"
 
-#include <algorithm>
+#include <set>
 #include <unordered_map>
 
 namespace varnel {
@@ -47,6 +47,7 @@ public:
             live_.push_back(KeyTokenCodec::liveSpelling(config_.item(index).keys));
             checkSteps(index);
             checkEqual(index);
+            notePassthrough(index);
         }
         for (std::size_t index = 0; index < config_.document.items.size(); ++index)
             checkReachable(index);
@@ -97,10 +98,29 @@ private:
         return item.type == ItemType::action ? "only the first enabled one runs." : "they are one group.";
     }
 
+    void notePassthrough(std::size_t index) {
+        const ConfigItem& item = config_.item(index);
+        const std::vector<std::string>& steps = live_[index];
+        if (!item.isEnabled || steps.empty() || !item.allowsPassthroughPrefix.value_or(false))
+            return;
+        Passthrough& passthrough =
+            passthroughs_.try_emplace(steps[0], Passthrough{index, false, {}}).first->second;
+        if (steps.size() == 1)
+            passthrough.allowsAny = true;
+        else
+            passthrough.second.insert(steps[1]);
+    }
+
     void checkReachable(std::size_t index) {
         const ConfigItem& item = config_.item(index);
         if (!item.isEnabled || item.type != ItemType::action)
             return;
+        if (!isHidden(index))
+            checkPassthrough(index);
+    }
+
+    /// Whether a shorter trigger runs first, which is reported.
+    bool isHidden(std::size_t index) {
         std::string prefix;
         for (std::size_t count = 1; count < live_[index].size(); ++count) {
             prefix += count > 1 ? kStepSeparator : "";
@@ -112,8 +132,24 @@ private:
                 "unreachable-trigger", index, {"keys"},
                 "can't be reached: " + config_.mention(earlier->second) + " runs as soon as its trigger " +
                     shown(config_.item(earlier->second).keys) + " is typed. Change one of the two triggers.");
-            return;
+            return true;
         }
+        return false;
+    }
+
+    void checkPassthrough(std::size_t index) {
+        const std::vector<std::string>& steps = live_[index];
+        const auto found = steps.size() < 2 ? passthroughs_.end() : passthroughs_.find(steps[0]);
+        if (found == passthroughs_.end() || found->second.allowsAny ||
+            found->second.second.contains(steps[1]))
+            return;
+        const std::size_t group = found->second.group;
+        findings_.addForItem(
+            "unreachable-trigger", index, {"keys"},
+            "can't be reached: the key " + quoteForMessage(steps[0]) + " passes through for " +
+                config_.mention(group) + ", and only " + shown({live_[group][0], live_[group][1]}) +
+                " goes on from there. Change the trigger, or let the key pass for a group of "
+                "its own.");
     }
 
     [[nodiscard]] JSONPath stepPath(std::size_t index, std::size_t step) const {
@@ -122,11 +158,19 @@ private:
         return path;
     }
 
+    /// How a sequence may go on whose first key passes to the application.
+    struct Passthrough {
+        std::size_t group; ///< the first one that asks for it
+        bool allowsAny;
+        std::set<std::string> second;
+    };
+
     const CheckedConfig& config_;
     ConfigFindings& findings_;
     std::vector<std::vector<std::string>> live_;
-    std::unordered_map<std::string, std::size_t> first_;      ///< trigger to the first item with it
-    std::unordered_map<std::string, std::size_t> completing_; ///< to the action that it runs
+    std::unordered_map<std::string, std::size_t> first_;        ///< trigger to the first item with it
+    std::unordered_map<std::string, std::size_t> completing_;   ///< to the action that it runs
+    std::unordered_map<std::string, Passthrough> passthroughs_; ///< by first step
 };
 
 } // namespace

@@ -48,6 +48,7 @@ TEST(ConfigCheck, ReportsATextThatDoesNotLoadAsOneError) {
 
 TEST(ConfigCheck, FindsTriggersThatCollideOrCannotBeUsed) {
     const std::string group = R"("type":"group")";
+    const std::string passing = group + R"(,"allowsPassthroughPrefix":true)";
     const struct {
         const char* name;
         std::vector<std::string> items;
@@ -69,6 +70,12 @@ TEST(ConfigCheck, FindsTriggersThatCollideOrCannotBeUsed) {
          {item("A", R"(["a","b"])"), item("B", R"(["a"])", std::string(kOpen) + R"(,"isEnabled":false)")},
          {}},
         {"below a group", {item("A", R"(["a","b"])"), item("B", R"(["a"])", group)}, {}},
+        {"beside a deeper group whose first key passes",
+         {item("A", R"(["a","b"])", passing), item("B", R"(["a","B","c"])"), item("C", R"(["A","d"])")},
+         {"unreachable-trigger items[2].keys 4:20"}},
+        {"beside a group whose key passes",
+         {item("A", R"(["a","b"])", passing), item("B", R"(["a"])", passing), item("C", R"(["a","d"])")},
+         {}},
         {"escape later",
          {item("A", R"(["a","keycode53"])"), item("B", R"(["escape"])"), item("C", R"(["b","cmd+escape"])")},
          {"unreachable-trigger items[0].keys[1] 2:25"}},
@@ -147,6 +154,12 @@ TEST(ConfigCheck, NamesTheItemThePlaceAndTheRemedy) {
               "only the first enabled one runs. Change or remove one of them.");
     EXPECT_EQ(found[0].itemID, kFirstID);
     EXPECT_EQ(found[0].severity, Diagnostic::Severity::warning);
+    const auto unknown =
+        checkDocument(document({item("A", R"(["a"])", R"("action":{"pluginID":"zzzzzzzz","actionID":"z"})")}),
+                      builtInActions());
+    ASSERT_EQ(unknown.size(), 1u);
+    EXPECT_EQ(unknown[0].message, "\"A\" (items[0]) uses \"zzzzzzzz\", a capability that is not known here. "
+                                  "Install the capability or correct \"pluginID\".");
 }
 
 } // namespace
