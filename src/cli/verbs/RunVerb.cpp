@@ -1,4 +1,4 @@
-#include "base/PollEventLoop.h"
+#include "base/MainEventLoop.h"
 #include "cli/RunOptions.h"
 
 #include <unistd.h>
@@ -34,8 +34,8 @@ int run(const VerbCall& call, Console& console) {
         std::string reason = startWithWindows(call, options);
         console.complain(reason + "; running without windows");
     }
-    PollEventLoop loop;
-    return runApplication(loop, std::move(options), console);
+    const auto loop = makeMainEventLoop();
+    return runApplication(*loop, std::move(options), console);
 }
 
 constexpr VerbOption kOptions[] = {

@@ -1,0 +1,106 @@
+#include "base/PosixFileSystem.h"
+#include "base/macos/SystemTables.h"
+#include "commands/ApplicationActivationCoordinator.h"
+#include "commands/macos/SystemCommands.h"
+#include "keyboard/macos/SystemEventTaps.h"
+#include "runtime/Platform.h"
+#include "runtime/macos/MacWindowServices.h"
+
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <utility>
+
+// No header of macOS declares it.
+extern "C" char** environ;
+
+namespace varnel {
+
+namespace {
+
+/// Remembers whether the system refused the last tap.
+class WatchedTaps final : public KeyboardEventTapSessionCreating {
+public:
+    std::unique_ptr<KeyboardEventTapSession> createSession(KeyboardTapCallback callback) override {
+        auto session = factory_.createSession(std::move(callback));
+        isRefused_ = session == nullptr;
+        return session;
+    }
+    [[nodiscard]] bool isRefused() const { return isRefused_; }
+
+private:
+    CoreGraphicsKeyboardEventTapSessionFactory factory_{systemEventTaps()};
+    bool isRefused_ = false;
+};
+
+class MacPlatform final : public Platform {
+public:
+    explicit MacPlatform(PlatformSurroundings surroundings)
+        : log_(surroundings.log)
+        , fileEvents_(surroundings.loop, systemVnodes())
+        , workspace_(systemWorkspace())
+        , launcher_(workspace_)
+        , activator_(launcher_, files_, log_)
+        , poster_(makeSystemShortcutPoster(systemHidPosting(), systemCoreGraphicsPosting(), log_)) {}
+
+    KeyboardEventTapSessionCreating& eventTaps() override { return taps_; }
+    [[nodiscard]] std::string captureError() const override {
+        return taps_.isRefused() ? "The keyboard cannot be captured. Allow Varnel under Privacy & Security, "
+                                   "Accessibility in the system's settings."
+                                 : "";
+    }
+    FileEventSource& fileEvents() override { return fileEvents_; }
+
+    CommandServices commandServices() override {
+        return {.applicationActivator = activator_,
+                .bundleIdentifier = workspace_.bundleIdentifier,
+                .eventPoster = poster_,
+                .frontmostProcessIdentifier = workspace_.frontmostProcessIdentifier,
+                .log = log_};
+    }
+
+    std::optional<std::string> frontmostApplication() override {
+        const auto process = frontmostRunningProcess();
+        return process ? bundleIdentifierOf(*process) : std::nullopt;
+    }
+
+    WindowServices* windowServices() override {
+        if (!windowServices_)
+            windowServices_.emplace(log_);
+        return &*windowServices_;
+    }
+
+    void startProgram(const std::vector<std::string>& argv) override {
+        // The shell lets go of the program and ends, so that nobody has to wait for it.
+        std::string shell = "sh", option = "-c", script = "\"$@\" > /dev/null 2>&1 &";
+        std::vector<char*> arguments{shell.data(), option.data(), script.data(), shell.data()};
+        for (const std::string& argument : argv)
+            arguments.push_back(const_cast<char*>(argument.c_str()));
+        arguments.push_back(nullptr);
+        pid_t child = 0;
+        if (posix_spawn(&child, "/bin/sh", nullptr, nullptr, arguments.data(), environ) == 0)
+            waitpid(child, nullptr, 0);
+    }
+
+    /// Nothing takes long here.
+    void prepareCommands(SerialExecutor&) override {}
+
+private:
+    LogSink& log_;
+    PosixFileSystem files_;
+    WatchedTaps taps_;
+    VnodeFileEventSource fileEvents_;
+    WorkspaceTable workspace_;
+    WorkspaceApplicationLauncher launcher_;
+    ApplicationActivationCoordinator activator_;
+    KeyboardShortcutPoster poster_;
+    std::optional<MacWindowServices> windowServices_; ///< made and used on the worker thread
+};
+
+} // namespace
+
+std::unique_ptr<Platform> makePlatform(PlatformSurroundings surroundings) {
+    return std::make_unique<MacPlatform>(std::move(surroundings));
+}
+
+} // namespace varnel
