@@ -1,5 +1,8 @@
 #include "base/JSONWriter.h"
 
+#include "base/UTF8.h"
+
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <utility>
@@ -99,13 +102,17 @@ void appendJSONString(std::string& out, std::string_view text, bool escapeSlashe
     constexpr char kHex[] = "0123456789abcdef";
     out += '"';
     std::size_t plain = 0; // where the part begins that needs no escape
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    for (std::size_t i = 0, next = 0; i < text.size(); i = next) {
         const auto byte = static_cast<unsigned char>(text[i]);
-        if (byte >= 0x20 && byte != '"' && byte != '\\' && !(byte == '/' && escapeSlashes))
+        const std::size_t length = byte < 0x80 ? 1 : utf8CharacterLength(text.substr(i));
+        next = i + std::max<std::size_t>(length, 1);
+        if (length > 0 && byte >= 0x20 && byte != '"' && byte != '\\' && !(byte == '/' && escapeSlashes))
             continue;
         out.append(text.substr(plain, i - plain));
-        plain = i + 1;
-        if (byte == '/')
+        plain = next;
+        if (length == 0)
+            out += "\uFFFD";
+        else if (byte == '/')
             out += "\\/";
         else if (const auto index = kShort.find(text[i]); index != std::string_view::npos)
             out.append(1, '\\').append(1, kLetters[index]);

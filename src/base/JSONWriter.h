@@ -8,12 +8,13 @@
 namespace varnel {
 
 /// Writes in the style of files made for the user, piece by piece, so that large documents need no tree: two
-/// spaces a level, `"key" : value`, `\/` for slashes, empty containers as an opening bracket, an empty line and the
-/// closing bracket at its indentation, no line break at the end. Callers give members in ascending byte order of
-/// their keys; the writer does not sort.
+/// spaces a level, `"key" : value`, `\/` for slashes, empty containers as an opening bracket, an empty line
+/// and the closing bracket at its indentation, no line break at the end. Callers give members in ascending
+/// byte order of their keys; the writer does not sort.
 class JSONPrettyWriter {
 public:
-    explicit JSONPrettyWriter(std::string& out) : out_(out) {}
+    explicit JSONPrettyWriter(std::string& out)
+        : out_(out) {}
     void beginObject();
     void endObject();
     void beginArray();
@@ -33,7 +34,7 @@ private:
 
     std::string& out_;
     int depth_ = 0;
-    bool first_ = true;    ///< nothing has been written at this level yet
+    bool first_ = true; ///< nothing has been written at this level yet
     bool afterKey_ = false;
 };
 
@@ -43,7 +44,8 @@ std::string writePrettyJSON(const JSONValue& value);
 std::string writeCompactJSON(const JSONValue& value);
 /// As ECMAScript prints numbers ("1", "0.1", "1e+21"), with "-0" kept. `value` must be finite.
 void appendJSONNumber(std::string& out, double value);
-/// The text with quotes; control characters short (`\n`) or as four lower-case hexadecimal digits.
+/// The text with quotes; control characters short (`\n`) or as four lower-case hexadecimal digits. Bytes that
+/// are no UTF-8 become replacement characters: what is written can always be read.
 void appendJSONString(std::string& out, std::string_view text, bool escapeSlashes);
 
 } // namespace varnel

@@ -42,6 +42,7 @@ TEST(JSONWriter, WritesTheStyleOfUserFiles) {
     EXPECT_EQ(writePrettyJSON(JSONValue::Object{}), "{\n\n}");
     EXPECT_EQ(writePrettyJSON(JSONValue::Array{}), "[\n\n]");
     EXPECT_EQ(writePrettyJSON("a/b"), R"("a\/b")");
+    EXPECT_EQ(writeCompactJSON("é\xff\"\xe2\x82z\xc3"), R"("é�\"��z�")") << "bytes that are no UTF-8";
     EXPECT_EQ(writeCompactJSON(*value),
               R"({"":true,"B":null,"a":{},"b":[],"c":[1,[2,{"d":"x/y"}],[]],"é":"\u001f)"
               "\x7F"
