@@ -291,7 +291,7 @@ std::vector<std::string> SequenceMachine::sequence() const {
 }
 
 std::vector<std::string> SequenceMachine::hintOptions() const {
-    if (std::holds_alternative<SelectionFeedback>(state_))
+    if (std::holds_alternative<Idle>(state_) || std::holds_alternative<SelectionFeedback>(state_))
         return {};
     const DynamicChoiceState* choices = shownChoices(state_);
     if (!choices)

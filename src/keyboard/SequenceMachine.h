@@ -73,7 +73,7 @@ public:
     [[nodiscard]] Interaction interaction() const;
     /// Tokens typed so far; the completed ones in `selectionFeedback`.
     [[nodiscard]] std::vector<std::string> sequence() const;
-    /// Next tokens or, where choices are on show, their labels; sorted.
+    /// Next tokens of the open sequence or, where choices are on show, their labels; sorted.
     [[nodiscard]] std::vector<std::string> hintOptions() const;
 
     // idle → capture → selectionFeedback → idle

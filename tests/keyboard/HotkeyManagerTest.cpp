@@ -239,6 +239,7 @@ TEST_F(HotkeyManagerTest, PublishesHintsForTheOverlay) {
     loop.advance(1s);
     EXPECT_EQ(notified, 2);
     EXPECT_EQ(manager->hintState(), HintState());
+    EXPECT_EQ(manager->hintOptions(), Keys());
     type("p");
     EXPECT_FALSE(manager->hintState().isVisible());
     EXPECT_EQ(manager->hintOptions(), Keys{"2"});

@@ -153,9 +153,7 @@ private:
         bool operator==(const StateNow&) const = default;
     };
     [[nodiscard]] StateNow stateNow() const {
-        const bool hasHints = manager_.interaction() != Interaction::idle;
-        return {manager_.interaction(), manager_.currentSequence(),
-                hasHints ? manager_.hintOptions() : std::vector<std::string>()};
+        return {manager_.interaction(), manager_.currentSequence(), manager_.hintOptions()};
     }
 
     /// Moves the clock, stopping wherever the engine's timer is due.
