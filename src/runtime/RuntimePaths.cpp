@@ -37,8 +37,10 @@ std::string fileNamePart(const std::string& display) {
 
 /// The home folder of the account database's own file. Asking the system for it would load libraries.
 std::string homeOfAccount() {
-    auto text = PosixFileSystem().readFile("/etc/passwd");
-    for (std::string_view line : split(text ? *text : std::string(), '\n'))
+    const auto accounts = PosixFileSystem().readFile("/etc/passwd");
+    if (!accounts)
+        return "/";
+    for (std::string_view line : split(*accounts, '\n'))
         if (auto fields = split(line, ':');
             fields.size() > 5 && fields[2] == std::to_string(::geteuid()) && fields[5].starts_with('/'))
             return std::string(fields[5]);

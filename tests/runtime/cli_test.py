@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """The contract of every verb that needs no running application, with the real program on real files."""
 import json
+import os
 import pathlib
+import pwd
 import subprocess
 import unittest
 
@@ -137,6 +139,10 @@ class Lookup(VerbTest):
         self.status(1, "lookup", "ctrl+j")
         pathlib.Path(other).unlink()
         self.status(0, "lookup", "ctrl+j")
+
+    def test_without_a_home_in_the_environment_the_account_has_one(self):
+        result = self.home.varnel("check", HOME="")
+        self.assertIn(pwd.getpwuid(os.geteuid()).pw_dir + "/.config/varnel/", result.stdout + result.stderr)
 
     def test_reading_creates_nothing(self):
         for words in (["lookup", "a"], ["check"], ["format"]):
