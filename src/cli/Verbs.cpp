@@ -13,6 +13,7 @@ extern const Verb kLookupVerb;
 extern const Verb kSimulateVerb;
 extern const Verb kOperationsVerb;
 extern const Verb kPluginsVerb;
+extern const Verb kShortcutVerb;
 extern const Verb kWindowsVerb;
 extern const Verb kStatusVerb;
 extern const Verb kReloadVerb;
@@ -33,6 +34,7 @@ constexpr const Verb* kVerbs[] = {
     &kSimulateVerb,
     &kOperationsVerb,
     &kPluginsVerb,
+    &kShortcutVerb,
     &kWindowsVerb,
     &kStatusVerb,
     &kReloadVerb,

@@ -2,7 +2,6 @@
 
 #include "base/Localized.h"
 #include "base/Text.h"
-#include "keyboard/notation/KeyTokenCodec.h"
 
 namespace varnel {
 
@@ -24,7 +23,11 @@ std::optional<std::string> KeyboardShortcutCommand::execute() {
         services_.log.write(LogLevel::error, kShortcutLog, "post failed normalized=" + normalized);
         return localized("Failed to send shortcut: " + normalized);
     }
-    return localized("Sent shortcut: " + normalized);
+    return successMessage(*shortcut);
+}
+
+std::string KeyboardShortcutCommand::successMessage(const ParsedKeyToken& shortcut) {
+    return localized("Sent shortcut: " + shortcut.normalizedToken);
 }
 
 std::variant<KeyboardShortcutDeliveryRoute, std::string>

@@ -3,6 +3,7 @@
 #include "base/Log.h"
 #include "commands/Command.h"
 #include "commands/KeyboardShortcutEvent.h"
+#include "keyboard/notation/KeyTokenCodec.h"
 
 namespace varnel {
 
@@ -28,6 +29,8 @@ public:
         : parameters_(std::move(parameters))
         , services_(services) {}
     std::optional<std::string> execute() override;
+    /// What `execute` returns once the shortcut is sent.
+    static std::string successMessage(const ParsedKeyToken& shortcut);
     [[nodiscard]] const Parameters& parameters() const { return parameters_; }
 
 private:

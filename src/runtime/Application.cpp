@@ -77,9 +77,10 @@ std::expected<void, std::string> Application::start() {
 }
 
 std::expected<void, std::string> Application::openControlSocket() {
-    auto opened = ControlServer::open(loop_, options_.paths, [this](const JSONValue::Object& request) {
-        return answerControlRequest(*this, request);
-    });
+    auto opened = ControlServer::open(loop_, options_.paths,
+                                      [this](const JSONValue::Object& request, ControlServer::Answer answer) {
+                                          answerControlRequest(*this, request, std::move(answer));
+                                      });
     if (opened) {
         controlServer_ = std::move(*opened);
     } else if (opened.error().kind == ControlServerError::Kind::alreadyRunning) {
@@ -188,6 +189,14 @@ JSONValue::Array Application::readPluginPreferences() const {
 void Application::reload() {
     config_->reloadNow();
     captureKeyboard();
+}
+
+void Application::sendShortcut(const std::string& token, bool isLocal, CommandExecuting::Report report) {
+    ConfigItem item;
+    item.name = token;
+    item.action = ConfigAction{
+        core::shortcut, "press", {{"shortcut", token}, {"deliveryMode", isLocal ? "local" : "global"}}};
+    commandExecutor_->execute(item, {}, {}, std::move(report));
 }
 
 void Application::quit() {

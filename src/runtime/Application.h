@@ -52,6 +52,8 @@ public:
 
     /// Reads the configuration at once, and tries to capture the keyboard where that failed before.
     void reload();
+    /// Sends a shortcut as an item that is bound to one would, and reports the command's message.
+    void sendShortcut(const std::string& token, bool isLocal, CommandExecuting::Report report);
     /// Ends the loop in its next turn.
     void quit();
     /// Why the application ended by itself; empty when it was told to.

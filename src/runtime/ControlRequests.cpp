@@ -83,6 +83,49 @@ Object trigger(Application& application, const Object& request) {
     return answer;
 }
 
+/// Sends a shortcut over the application, whose tap then knows the keys for its own.
+void sendShortcut(Application& application, const Object& request, const ControlServer::Answer& answer) {
+    const std::string* display = textMember(request, "display");
+    if (display && *display != application.options().paths.display) {
+        Object refusal = failed("the running application is on another display");
+        refusal["isElsewhere"] = true;
+        return answer(refusal);
+    }
+    const std::string* token = textMember(request, "token");
+    const auto parsed = token ? KeyTokenCodec::parse(*token) : std::nullopt;
+    if (!parsed)
+        return answer(failed("a token is expected"));
+    auto isLocal = request.find("isLocal");
+    const bool* local = isLocal == request.end() ? nullptr : isLocal->second.boolean();
+    application.sendShortcut(
+        *token, local && *local,
+        [answer, sent = KeyboardShortcutCommand::successMessage(*parsed)](std::string message) {
+            answer(message == sent ? succeeded(std::move(message)) : failed(std::move(message)));
+        });
+}
+
+Object answerAtOnce(Application& application, const Object& request) {
+    const std::string* verb = textMember(request, "verb");
+    if (!verb)
+        return failed("a verb is expected");
+    if (*verb == "status") {
+        Object answer = applicationStatus(application);
+        answer["success"] = true;
+        return answer;
+    }
+    if (*verb == "reload")
+        return reload(application);
+    if (*verb == "suspend" || *verb == "resume")
+        return changeSuspension(application, request, *verb == "suspend");
+    if (*verb == "trigger")
+        return trigger(application, request);
+    if (*verb == "quit") {
+        application.quit();
+        return succeeded();
+    }
+    return failed("unknown verb '" + singleLine(*verb, 40) + "'");
+}
+
 } // namespace
 
 JSONValue::Object applicationStatus(Application& application) {
@@ -111,26 +154,13 @@ JSONValue::Object applicationStatus(Application& application) {
     return status;
 }
 
-JSONValue::Object answerControlRequest(Application& application, const JSONValue::Object& request) {
+void answerControlRequest(Application& application, const JSONValue::Object& request,
+                          ControlServer::Answer answer) {
     const std::string* verb = textMember(request, "verb");
-    if (!verb)
-        return failed("a verb is expected");
-    if (*verb == "status") {
-        Object answer = applicationStatus(application);
-        answer["success"] = true;
-        return answer;
-    }
-    if (*verb == "reload")
-        return reload(application);
-    if (*verb == "suspend" || *verb == "resume")
-        return changeSuspension(application, request, *verb == "suspend");
-    if (*verb == "trigger")
-        return trigger(application, request);
-    if (*verb == "quit") {
-        application.quit();
-        return succeeded();
-    }
-    return failed("unknown verb '" + singleLine(*verb, 40) + "'");
+    if (verb && *verb == "shortcut")
+        sendShortcut(application, request, answer);
+    else
+        answer(answerAtOnce(application, request));
 }
 
 } // namespace varnel

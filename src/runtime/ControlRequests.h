@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/JSONValue.h"
+#include "runtime/ControlServer.h"
 
 namespace varnel {
 
@@ -11,6 +12,7 @@ JSONValue::Object applicationStatus(Application& application);
 
 /// Carries out one request of the control socket: `{"verb":"suspend","reason":"game"}`. The answer has the
 /// members "success" and, where there is something to say, "message".
-JSONValue::Object answerControlRequest(Application& application, const JSONValue::Object& request);
+void answerControlRequest(Application& application, const JSONValue::Object& request,
+                          ControlServer::Answer answer);
 
 } // namespace varnel

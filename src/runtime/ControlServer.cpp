@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -23,6 +24,7 @@ namespace {
 constexpr std::size_t kMaximumRequest = 64 * 1024;
 constexpr std::size_t kMaximumClients = 16;
 constexpr Duration kClientPatience = 2s;
+constexpr Duration kAnswerPatience = 30s;
 
 ControlServerError unavailable(const std::string& path, int code) {
     return {ControlServerError::Kind::unavailable, "no control socket: " + path + ": " + std::strerror(code)};
@@ -97,12 +99,15 @@ std::expected<Listener, ControlServerError> claimSocket(const RuntimePaths& path
     return std::unexpected(unavailable(paths.displayControlSocket(), EADDRINUSE));
 }
 
-std::string answerTo(const ControlServer::Handler& handler, std::string_view line) {
-    auto request = readJSON(line);
-    if (!request || !request->object())
-        return writeCompactJSON(
-            JSONValue::Object{{"success", false}, {"message", "a JSON object is expected"}});
-    return writeCompactJSON(handler(*request->object()));
+void sendLine(int descriptor, const std::string& line) {
+    // An answer fits into the socket's buffer; a client that left none is not waited for.
+    std::string_view rest = line;
+    while (!rest.empty()) {
+        ssize_t sent = ::write(descriptor, rest.data(), rest.size());
+        if (sent < 0 && errno != EINTR)
+            return;
+        rest.remove_prefix(sent > 0 ? static_cast<std::size_t>(sent) : 0);
+    }
 }
 
 } // namespace
@@ -155,6 +160,7 @@ void ControlServer::accept() {
     if (user != ::geteuid() || clients_.size() >= kMaximumClients)
         return;
     auto client = clients_.emplace(clients_.end());
+    client->number = ++lastClient_;
     client->descriptor = std::move(descriptor);
     client->readable = loop_.watchReadable(client->descriptor.get(), [this, client] { receive(client); });
     client->timeout = loop_.after(kClientPatience, [this, client] { clients_.erase(client); });
@@ -170,21 +176,35 @@ void ControlServer::receive(std::list<Client>::iterator client) {
         std::size_t end = client->received.find('\n');
         if (end == std::string::npos && client->received.size() <= kMaximumRequest)
             return;
-        if (end != std::string::npos)
-            answer(*client, answerTo(handler_, std::string_view(client->received).substr(0, end)) + "\n");
+        if (end != std::string::npos) {
+            client->readable.reset();
+            client->timeout = loop_.after(kAnswerPatience, [this, client] { clients_.erase(client); });
+            handle(client->received.substr(0, end),
+                   [this, alive = std::weak_ptr(alive_),
+                    number = client->number](const JSONValue::Object& answer) {
+                       if (!alive.expired())
+                           finish(number, answer);
+                   });
+            return;
+        }
     }
     clients_.erase(client);
 }
 
-void ControlServer::answer(Client& client, const std::string& line) {
-    // An answer fits into the socket's buffer; a client that left none is not waited for.
-    std::string_view rest = line;
-    while (!rest.empty()) {
-        ssize_t sent = ::write(client.descriptor.get(), rest.data(), rest.size());
-        if (sent < 0 && errno != EINTR)
-            return;
-        rest.remove_prefix(sent > 0 ? static_cast<std::size_t>(sent) : 0);
-    }
+void ControlServer::handle(const std::string& line, const Answer& answer) {
+    auto request = readJSON(line);
+    if (request && request->object())
+        handler_(*request->object(), answer);
+    else
+        answer({{"success", false}, {"message", "a JSON object is expected"}});
+}
+
+void ControlServer::finish(std::uint64_t number, const JSONValue::Object& answer) {
+    const auto client = std::ranges::find(clients_, number, &Client::number);
+    if (client == clients_.end())
+        return;
+    sendLine(client->descriptor.get(), writeCompactJSON(answer) + "\n");
+    clients_.erase(client);
 }
 
 } // namespace varnel

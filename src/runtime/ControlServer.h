@@ -5,6 +5,7 @@
 #include "base/UniqueFd.h"
 #include "runtime/RuntimePaths.h"
 
+#include <cstdint>
 #include <expected>
 #include <functional>
 #include <list>
@@ -28,7 +29,9 @@ struct ControlServerError {
 /// here waits. Main thread only.
 class ControlServer {
 public:
-    using Handler = std::function<JSONValue::Object(const JSONValue::Object& request)>;
+    /// Sends the one answer to a request, at once or later; for a client that is gone it does nothing.
+    using Answer = std::function<void(const JSONValue::Object&)>;
+    using Handler = std::function<void(const JSONValue::Object& request, Answer answer)>;
 
     /// Claims the display, then takes the plain socket, or that of the display when another application has
     /// the plain one. What a crashed application left behind is replaced. The handler runs inside the loop.
@@ -42,6 +45,7 @@ public:
 
 private:
     struct Client {
+        std::uint64_t number = 0;
         UniqueFd descriptor;
         std::string received;
         Subscription readable;
@@ -52,7 +56,8 @@ private:
     void listen();
     void accept();
     void receive(std::list<Client>::iterator client);
-    void answer(Client& client, const std::string& line);
+    void handle(const std::string& line, const Answer& answer);
+    void finish(std::uint64_t number, const JSONValue::Object& answer);
 
     EventLoop& loop_;
     Handler handler_;
@@ -60,6 +65,8 @@ private:
     UniqueFd listener_;
     std::string path_;
     std::list<Client> clients_;
+    std::uint64_t lastClient_ = 0;
+    std::shared_ptr<int> alive_ = std::make_shared<int>();
     Subscription acceptable_;
     Subscription retry_;
 };

@@ -93,6 +93,16 @@ class Tokens(VerbTest):
             names = ["key", "keyCode", "flags", "normalized", "live", "modifierOnly"]
             self.assertEqual(answer, {"input": token, **dict(zip(names, expected))})
 
+    def test_a_shortcut_is_the_events_that_type_it(self):
+        def event(kind, code, flags, is_down):
+            return {"type": kind, "keyCode": code, "flags": flags, "isKeyDown": is_down}
+        self.assertEqual(self.lines(0, "shortcut", "ctrl+K", "--local"), [
+            event("flagsChanged", 59, 0x40000, True), event("keyDown", 40, 0x40000, True),
+            event("keyUp", 40, 0x40000, False), event("flagsChanged", 59, 0, False)])
+        for token in ("", "cmd", "ctrl+nokey", "a+b"):
+            self.assertEqual(self.lines(2, "shortcut", token, "--send"), [], token)
+        self.lines(1, "shortcut", "k", "--send")  # there is no display
+
     def test_what_is_no_token_says_why_and_ends_with_1(self):
         answers = self.lines(1, "token", "a", "cmd + k", "", "keycode70000", "hyper+k", "a+b")
         self.assertNotIn("error", answers[0])

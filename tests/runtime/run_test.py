@@ -103,6 +103,19 @@ class Capturing(RunTest):
         self.assert_marks(["chain", "single", "tap"])
         self.assertEqual([key for key in witness.keys() if len(key) == 1], ["a", "b", "c", "d"])
 
+    def test_a_sent_shortcut_reaches_the_window_and_no_trigger(self):
+        witness = Witness(self.server.display)
+        self.assertEqual(self.home.varnel("shortcut", "F5", "--send").returncode, 0)
+        self.start(item(["f5"], action=self.action("one")))
+        for words in ([], ["--local"]):
+            sent = self.home.varnel("shortcut", "F5", "--send", *words)
+            self.assertEqual((sent.returncode, sent.stderr), (0, ""))
+        refused = self.home.varnel("shortcut", "ctrl+keycode127", "--send")
+        self.assertEqual((refused.returncode, "Failed to send shortcut: ctrl+keycode127" in refused.stderr), (1, True))
+        self.server.type("F5", "a")
+        self.assert_marks(["one"])
+        self.assertEqual(witness.keys(), ["F5", "F5", "F5", "a"])
+
     def test_suspension_and_resuming(self):
         self.start(item(["f5"], action=self.action("one")))
         self.home.varnel("suspend", "test")

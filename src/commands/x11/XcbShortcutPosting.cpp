@@ -102,4 +102,8 @@ bool XcbShortcutPosting::post(const std::vector<KeyboardShortcutEvent>& events,
     return state_->send(events, window);
 }
 
+void XcbShortcutPosting::waitForRelease() {
+    state_->typing.waitForRelease();
+}
+
 } // namespace varnel

@@ -28,6 +28,10 @@ public:
     /// is sent events to its topmost window: not every toolkit heeds those, and nothing tells whether it did.
     bool post(const std::vector<KeyboardShortcutEvent>& events, const KeyboardShortcutDeliveryRoute& route);
 
+    /// Returns once the user has let go of the modifiers that were held while a shortcut went out, after ten
+    /// seconds at the latest. For programs that end: the server would keep its idea of them.
+    void waitForRelease();
+
 private:
     struct State;
     std::unique_ptr<State> state_;

@@ -291,6 +291,11 @@ void XcbTyping::followRestored() {
     }
 }
 
+void XcbTyping::waitForRelease() {
+    if (follower_.joinable())
+        follower_.join();
+}
+
 void XcbTyping::stopFollowing() {
     if (!follower_.joinable())
         return;

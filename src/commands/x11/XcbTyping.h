@@ -42,6 +42,8 @@ public:
     /// Sends what was typed, puts down again what the user still holds, and returns when the server has
     /// handled it all. False when the connection broke.
     bool finish();
+    /// Returns once the modifiers that were put down again are up, after ten seconds at the latest.
+    void waitForRelease();
     /// The functions of the HID system in terms of the above. This must outlive them.
     HidPostingTable table();
 
