@@ -1,3 +1,4 @@
+#include "base/Text.h"
 #include "commands/CoreGraphicsPosting.h"
 #include "commands/HidPosting.h"
 #include "commands/KeyboardShortcutCommand.h"
@@ -12,6 +13,15 @@ using Type = KeyboardShortcutEvent::EventType;
 using Strings = std::vector<std::string>;
 
 constexpr KeyFlags kCS = kCommandFlag | kShiftFlag;
+
+/// What the log keeps of these texts, one on each line of `text`.
+Strings lines(const std::string& text) {
+    Strings texts;
+    for (const std::string_view line : split(text, '\n'))
+        if (!line.empty())
+            texts.emplace_back(line);
+    return logged("KeyboardShortcut", "error", texts);
+}
 
 std::vector<KeyboardShortcutEvent> commandShiftK() {
     return makeShortcutEvents("cmd+shift+k", 40);
@@ -60,52 +70,25 @@ TEST(KeyboardShortcutCommand, SaysWhatBecameOfTheShortcut) {
         std::optional<JSONValue> mode;
         std::optional<std::int32_t> front;
         bool posts;
-        std::string message, route;
-        Strings lines;
+        std::string message, route, line;
     };
+    const std::string badMode = "Invalid shortcut delivery mode", badModeLine = "invalid delivery mode";
+    const std::string bad = "Invalid keyboard shortcut: ", badLine = "invalid shortcut displayName=Copy raw=";
     const Row rows[] = {
-        {" Shift+CMD+K\n", {}, 7, true, "Sent shortcut: cmd+shift+k", "global", {}},
-        {"k", "global", {}, true, "Sent shortcut: k", "global", {}},
-        {"k", "local", 7, true, "Sent shortcut: k", "local 7", {}},
-        {"k",
-         "local",
-         {},
-         true,
-         "No frontmost application to receive shortcut: k",
-         "none",
-         {"frontmost process unavailable"}},
-        {"k", "Local", 7, true, "Invalid shortcut delivery mode", "none", {"invalid delivery mode"}},
-        {"k", " local", 7, true, "Invalid shortcut delivery mode", "none", {"invalid delivery mode"}},
-        {"k", 1, 7, true, "Invalid shortcut delivery mode", "none", {"invalid delivery mode"}},
-        {"k", nullptr, 7, true, "Invalid shortcut delivery mode", "none", {"invalid delivery mode"}},
-        {"ctrl+k",
-         {},
-         7,
-         false,
-         "Failed to send shortcut: ctrl+k",
-         "global",
-         {"post failed normalized=ctrl+k"}},
-        {"  ",
-         1,
-         7,
-         true,
-         "Invalid keyboard shortcut: Copy",
-         "none",
-         {"invalid shortcut displayName=Copy raw=  "}},
-        {" cmd+nokey ",
-         {},
-         7,
-         true,
-         "Invalid keyboard shortcut: cmd+nokey",
-         "none",
-         {"invalid shortcut displayName=Copy raw= cmd+nokey "}},
-        {"cmd",
-         {},
-         7,
-         true,
-         "Invalid keyboard shortcut: cmd",
-         "none",
-         {"invalid shortcut displayName=Copy raw=cmd"}},
+        {" Shift+CMD+K\n", {}, 7, true, "Sent shortcut: cmd+shift+k", "global", ""},
+        {"k", "global", {}, true, "Sent shortcut: k", "global", ""},
+        {"k", "local", 7, true, "Sent shortcut: k", "local 7", ""},
+        // clang-format off
+        {"k", "local", {}, true, "No frontmost application to receive shortcut: k", "none", "frontmost process unavailable"},
+        {"ctrl+k", {}, 7, false, "Failed to send shortcut: ctrl+k", "global", "post failed normalized=ctrl+k"},
+        // clang-format on
+        {"k", "Local", 7, true, badMode, "none", badModeLine},
+        {"k", " local", 7, true, badMode, "none", badModeLine},
+        {"k", 1, 7, true, badMode, "none", badModeLine},
+        {"k", nullptr, 7, true, badMode, "none", badModeLine},
+        {"  ", 1, 7, true, bad + "Copy", "none", badLine + "  "},
+        {" cmd+nokey ", {}, 7, true, bad + "cmd+nokey", "none", badLine + " cmd+nokey "},
+        {"cmd", {}, 7, true, bad + "cmd", "none", badLine + "cmd"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.token + " " + row.message);
@@ -120,7 +103,7 @@ TEST(KeyboardShortcutCommand, SaysWhatBecameOfTheShortcut) {
         KeyboardShortcutCommand command({"Copy", row.token, row.mode}, {poster, front, log});
         EXPECT_EQ(command.execute(), row.message);
         EXPECT_EQ(route, row.route);
-        EXPECT_EQ(log.take(), logged("KeyboardShortcut", "error", row.lines));
+        EXPECT_EQ(log.take(), lines(row.line));
     }
 }
 
@@ -219,60 +202,36 @@ TEST(HidPosting, GoesOnCleaningUpWhenThatFailsToo) {
     hid.failures = {{3, -1}, {4, -2}, {5, -3}};
     EXPECT_FALSE(postThroughHid(hid.table(), commandShiftK(), log));
     EXPECT_EQ(hid.posts.size(), 7U);
-    EXPECT_EQ(log.take(), logged("KeyboardShortcut", "error",
-                                 {"hid post event failed result=-1 type=11 keyCode=40",
-                                  "hid cleanup failed result=-2 type=11 keyCode=40",
-                                  "hid cleanup failed result=-3 type=12 keyCode=56"}));
+    EXPECT_EQ(log.take(), lines("hid post event failed result=-1 type=11 keyCode=40\n"
+                                "hid cleanup failed result=-2 type=11 keyCode=40\n"
+                                "hid cleanup failed result=-3 type=12 keyCode=56"));
 }
 
 TEST(HidPosting, SaysWhatIsMissing) {
     struct Row {
-        std::string name;
         std::function<void(RecordingHid&)> arrange;
         bool succeeds;
-        Strings calls, lines;
+        std::string calls, lines;
     };
-    const Strings whole{"open 9 1", "release 9", "close 5"};
+    const std::string opened = "open 9 1, release 9", noConnection = "hid post connection unavailable";
+    // clang-format off
     const Row rows[] = {
-        {"denied",
-         [](RecordingHid& h) { h.access = 1, h.grants = false; },
-         false,
-         {"request"},
-         {"hid post access denied access=1"}},
-        {"unknown, then granted",
-         [](RecordingHid& h) { h.access = 2; },
-         true,
-         {"request", "open 9 1", "release 9", "close 5"},
-         {}},
-        {"no service",
-         [](RecordingHid& h) { h.service = 0; },
-         false,
-         {},
-         {"iohid system service missing", "hid post connection unavailable"}},
-        {"not opened",
-         [](RecordingHid& h) { h.openResult = -5; },
-         false,
-         {"open 9 1", "release 9"},
-         {"iohid system open failed result=-5", "hid post connection unavailable"}},
-        {"no connection",
-         [](RecordingHid& h) { h.connection = 0; },
-         false,
-         {"open 9 1", "release 9"},
-         {"hid post connection unavailable"}},
-        {"not closed",
-         [](RecordingHid& h) { h.closeResult = -7; },
-         true,
-         whole,
-         {"hid connection close failed result=-7"}},
+        {[](auto& h) { h.access = 1, h.grants = false; }, false, "request", "hid post access denied access=1"},
+        {[](auto& h) { h.access = 2; }, true, "request, " + opened + ", close 5", ""},
+        {[](auto& h) { h.service = 0; }, false, "", "iohid system service missing\n" + noConnection},
+        {[](auto& h) { h.openResult = -5; }, false, opened, "iohid system open failed result=-5\n" + noConnection},
+        {[](auto& h) { h.connection = 0; }, false, opened, noConnection},
+        {[](auto& h) { h.closeResult = -7; }, true, opened + ", close 5", "hid connection close failed result=-7"},
     };
+    // clang-format on
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.calls + row.lines);
         RecordingHid hid;
         RecordingLog log;
         row.arrange(hid);
         EXPECT_EQ(postThroughHid(hid.table(), commandShiftK(), log), row.succeeds);
-        EXPECT_EQ(hid.calls, row.calls);
-        EXPECT_EQ(log.take(), logged("KeyboardShortcut", "error", row.lines));
+        EXPECT_EQ(join(hid.calls, ", "), row.calls);
+        EXPECT_EQ(log.take(), lines(row.lines));
     }
 }
 
@@ -323,29 +282,20 @@ struct RecordingGraphics {
 
 TEST(CoreGraphicsPosting, PostsAllEventsOrNone) {
     struct Row {
-        std::string name;
         std::function<void(RecordingGraphics&)> arrange;
-        Strings lines;
+        std::string line;
     };
+    // clang-format off
     const Row rows[] = {
-        {"fine", [](RecordingGraphics&) {}, {}},
-        {"untrusted",
-         [](RecordingGraphics& g) { g.trusted = g.mayPost = false; },
-         {"accessibility permission denied"}},
-        {"may not post",
-         [](RecordingGraphics& g) { g.mayPost = false; },
-         {"event synthesis permission denied"}},
-        {"no source", [](RecordingGraphics& g) { g.hasSource = false; }, {"event source unavailable"}},
-        {"first",
-         [](RecordingGraphics& g) { g.failing = 0; },
-         {"event creation failed type=flagsChanged keyCode=55"}},
-        {"key",
-         [](RecordingGraphics& g) { g.failing = 2; },
-         {"event creation failed type=keyDown keyCode=40"}},
-        {"last key",
-         [](RecordingGraphics& g) { g.failing = 3; },
-         {"event creation failed type=keyUp keyCode=40"}},
+        {[](auto&) {}, ""},
+        {[](auto& g) { g.trusted = g.mayPost = false; }, "accessibility permission denied"},
+        {[](auto& g) { g.mayPost = false; }, "event synthesis permission denied"},
+        {[](auto& g) { g.hasSource = false; }, "event source unavailable"},
+        {[](auto& g) { g.failing = 0; }, "event creation failed type=flagsChanged keyCode=55"},
+        {[](auto& g) { g.failing = 2; }, "event creation failed type=keyDown keyCode=40"},
+        {[](auto& g) { g.failing = 3; }, "event creation failed type=keyUp keyCode=40"},
     };
+    // clang-format on
     const Strings all{"7: plain type 12 key 55 flags 16",
                       "7: plain type 12 key 56 flags 18",
                       "7: down 40 flags 18",
@@ -353,17 +303,17 @@ TEST(CoreGraphicsPosting, PostsAllEventsOrNone) {
                       "7: plain type 12 key 56 flags 16",
                       "7: plain type 12 key 55 flags 0"};
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.line);
         RecordingGraphics graphics;
         RecordingHid hid;
         RecordingLog log;
         row.arrange(graphics);
         const auto post = makeSystemShortcutPoster(hid.table(), graphics.table(), log);
-        EXPECT_EQ(post(commandShiftK(), LocalRoute{7}), row.lines.empty());
-        EXPECT_EQ(graphics.posts, row.lines.empty() ? all : Strings{});
+        EXPECT_EQ(post(commandShiftK(), LocalRoute{7}), row.line.empty());
+        EXPECT_EQ(graphics.posts, row.line.empty() ? all : Strings{});
         EXPECT_EQ(graphics.questions, 2);
         EXPECT_EQ(hid.posts.size(), 0U);
-        EXPECT_EQ(log.take(), logged("KeyboardShortcut", "error", row.lines));
+        EXPECT_EQ(log.take(), lines(row.line));
     }
 }
 
@@ -376,8 +326,7 @@ TEST(CoreGraphicsPosting, LeavesGlobalRoutesToTheHidSystem) {
     EXPECT_EQ(graphics.questions, 0);
     EXPECT_FALSE(
         postThroughCoreGraphics(graphics.table(), {true, true}, commandShiftK(), GlobalRoute{}, log));
-    EXPECT_EQ(log.take(), logged("KeyboardShortcut", "error",
-                                 {"core graphics shortcut delivery only supports local routes"}));
+    EXPECT_EQ(log.take(), lines("core graphics shortcut delivery only supports local routes"));
 }
 
 } // namespace

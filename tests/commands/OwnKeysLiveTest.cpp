@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <map>
 #include <thread>
 
 namespace varnel {
@@ -187,6 +188,46 @@ TEST_F(OwnKeysLive, SetsOffNoOtherTriggerWhileTheUsersOwnKeysDo) {
     runWhile([&] { typist.chord(key::ctrl, key::k); }, [&] { return !plugins.runs.empty(); });
     EXPECT_EQ(plugins.runs, std::vector<std::string>{"ctrl+k"});
     EXPECT_EQ(window.presses(key::k), kTimes);
+}
+
+TEST_F(OwnKeysLive, TellsItsKeysFromATypistsWhileASequenceIsOpen) {
+    constexpr KeyCode kX = 7, kK = 40;
+    constexpr int kPosts = 300, kKeysOfOne = 10;
+    std::map<KeyCode, int> captured;
+    const auto session = taps.createSession([&](const KeyboardEvent& event) {
+        captured[event.keyCode] += event.isRepeat ? 0 : 1;
+        return TapVerdict::swallow;
+    });
+    ASSERT_TRUE(session);
+    session->enable();
+    session->setInterest({KeyInterest::Mode::capture, nullptr});
+    std::vector<KeyboardShortcutEvent> events;
+    for (int i = 0; i < kKeysOfOne; ++i)
+        std::ranges::copy(makeShortcutEvents("ctrl+k", kK), std::back_inserter(events));
+
+    int typed = 0;
+    runWhile(
+        [&] {
+            std::atomic<bool> hasPosted = false;
+            std::thread typing([&] {
+                for (; !hasPosted; ++typed) {
+                    typist.tap(key::x);
+                    std::this_thread::sleep_for(500us);
+                }
+                typist.sync();
+            });
+            for (int i = 0; i < kPosts; ++i)
+                EXPECT_TRUE(posting.post(events, GlobalRoute{}));
+            hasPosted = true;
+            typing.join();
+        },
+        [&] { return window.presses(key::k) >= kPosts * kKeysOfOne && captured[kX] >= typed; });
+    EXPECT_EQ(presses(key::k, 4), kPosts * kKeysOfOne);
+    EXPECT_EQ(window.releases(key::k), kPosts * kKeysOfOne);
+    EXPECT_EQ(window.presses(key::x), 0);
+    EXPECT_EQ(captured, (std::map<KeyCode, int>{{kX, typed}}));
+    EXPECT_GT(typed, kPosts);
+    session->invalidate();
 }
 
 } // namespace

@@ -9,7 +9,7 @@
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
-#include <cctype>
+#include <filesystem>
 #include <set>
 #include <thread>
 
@@ -251,47 +251,87 @@ TEST_F(ShortcutLive, FailsWithoutAServerAndComesBackWithOne) {
     log.take();
 }
 
-TEST_F(ShortcutLive, TypesIntoATerminalWithControlHeldAndNot) {
-    TemporaryFolder folder;
-    auto opened = XcbDesktop::connect(desktop->display());
-    ASSERT_TRUE(opened);
-    DesktopApplicationWindows real(**opened);
-    XcbShortcutPosting toFront({.displayName = desktop->display(),
-                                .ledger = &ledger,
-                                .windows = &real,
-                                .frontmostProcess = [&] { return (*opened)->frontmostProcess(); }},
-                               log);
-    test::ChildProcess terminal(
-        {"xterm", "-e", "sh", "-c", "read a; read b; echo \"$a|$b|\" >" + folder.path("typed")},
-        {"DISPLAY=" + desktop->display()});
-    const auto isInFront = [&] {
-        const auto list = real.windows();
-        return !list.empty() && list.front().className == "XTerm" &&
-               (*opened)->activeWindow() == list.front().id;
-    };
-    for (int i = 0; i < 500 && !isInFront(); ++i)
-        std::this_thread::sleep_for(10ms);
-    ASSERT_TRUE(isInFront());
-    const std::int32_t process = (*opened)->frontmostProcess().value_or(0);
-    ASSERT_EQ(process, terminal.id());
+/// Real programs in front.
+class ShortcutToProgram : public ShortcutLive {
+protected:
+    void SetUp() override {
+        auto opened = XcbDesktop::connect(desktop->display());
+        ASSERT_TRUE(opened);
+        look = std::move(*opened);
+        real = std::make_unique<DesktopApplicationWindows>(*look);
+        toFront = std::make_unique<XcbShortcutPosting>(
+            XcbShortcutPosting::Surroundings{.displayName = desktop->display(),
+                                             .ledger = &ledger,
+                                             .windows = real.get(),
+                                             .frontmostProcess = [this] { return look->frontmostProcess(); }},
+            log);
+    }
+    void TearDown() override {
+        window.focus();
+        ShortcutLive::TearDown();
+    }
 
+    bool comesToFront(const test::ChildProcess& program) {
+        for (int i = 0; i < 1500 && look->frontmostProcess() != program.id(); ++i)
+            std::this_thread::sleep_for(10ms);
+        return look->frontmostProcess() == program.id();
+    }
+    bool sendToFront(const std::string& token, KeyCode main, const KeyboardShortcutDeliveryRoute& route) {
+        return toFront->post(makeShortcutEvents(token, main), route);
+    }
+
+    std::unique_ptr<XcbDesktop> look;
+    std::unique_ptr<DesktopApplicationWindows> real;
+    std::unique_ptr<XcbShortcutPosting> toFront;
+};
+
+TEST_F(ShortcutToProgram, TypesIntoATerminalWithControlHeldAndNot) {
+    TemporaryFolder folder;
+    const std::string ready = folder.path("ready");
+    test::ChildProcess terminal(
+        {"xterm", "-e", "sh", "-c",
+         "stty -echo; : >" + ready + "; read a; read b; echo \"$a|$b|\" >" + folder.path("typed")},
+        {"DISPLAY=" + desktop->display()});
+    ASSERT_TRUE(comesToFront(terminal));
+    for (int i = 0; i < 1500 && !std::filesystem::exists(ready); ++i)
+        std::this_thread::sleep_for(10ms);
     const auto type = [&](const KeyboardShortcutDeliveryRoute& route) {
         for (const auto& [token, main] :
              {std::pair{"a", kA}, {"shift+k", kK}, {"k", kK}, {"return", KeyCode(36)}})
-            EXPECT_TRUE(toFront.post(makeShortcutEvents(token, main), route));
+            EXPECT_TRUE(sendToFront(token, main, route));
     };
-    std::this_thread::sleep_for(300ms); // the shell is not ready with the window
     type(GlobalRoute{});
     plastic.set(key::ctrl, true);
-    type(LocalRoute{process});
+    type(LocalRoute{terminal.id()});
     EXPECT_EQ(window.keysDown(), std::set<int>{key::ctrl});
     plastic.set(key::ctrl, false);
-    EXPECT_TRUE(terminal.wait());
+    EXPECT_TRUE(terminal.wait(15s));
     std::string typed;
     std::getline(std::ifstream(folder.path("typed")), typed);
     EXPECT_EQ(typed, "aKk|aKk|");
-    window.focus();
 }
+
+#ifdef VARNEL_HAS_QT
+TEST_F(ShortcutToProgram, OpensAMenuOfAQtProgramWithControlHeldAndNot) {
+    constexpr KeyCode kF = 3, kEscape = 53;
+    test::ChildProcess program({VARNEL_BINARY_DIR "/menu_window"},
+                               {"DISPLAY=" + desktop->display(), "QT_QPA_PLATFORM=xcb"});
+    ASSERT_TRUE(program.readUntil("active", 15s));
+    ASSERT_TRUE(comesToFront(program));
+    for (const bool isHeld : {false, true}) {
+        SCOPED_TRACE(isHeld);
+        plastic.set(key::ctrl, isHeld);
+        EXPECT_TRUE(sendToFront("ctrl+k", kK, GlobalRoute{}));
+        EXPECT_EQ(program.readLine(), "ctrl+k");
+        EXPECT_TRUE(sendToFront("alt+f", kF, LocalRoute{program.id()}));
+        EXPECT_EQ(program.readLine(), "menu opened");
+        EXPECT_TRUE(sendToFront("escape", kEscape, GlobalRoute{}));
+        EXPECT_EQ(program.readLine(), "menu closed");
+        EXPECT_EQ(window.keysDown(), isHeld ? std::set<int>{key::ctrl} : std::set<int>{});
+    }
+    plastic.set(key::ctrl, false);
+}
+#endif
 
 } // namespace
 } // namespace varnel
