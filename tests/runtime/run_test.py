@@ -110,8 +110,8 @@ class Capturing(RunTest):
         for words in ([], ["--local"]):
             sent = self.home.varnel("shortcut", "F5", "--send", *words)
             self.assertEqual((sent.returncode, sent.stderr), (0, ""))
-        refused = self.home.varnel("shortcut", "ctrl+keycode127", "--send")
-        self.assertEqual((refused.returncode, "Failed to send shortcut: ctrl+keycode127" in refused.stderr), (1, True))
+        refused = self.home.varnel("shortcut", "keycode127", "--send")
+        self.assertEqual((refused.returncode, "Failed to send shortcut: keycode127" in refused.stderr), (1, True))
         self.server.type("F5", "a")
         self.assert_marks(["one"])
         self.assertEqual(witness.keys(), ["F5", "F5", "F5", "a"])
