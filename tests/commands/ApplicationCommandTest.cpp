@@ -76,119 +76,91 @@ TEST(ApplicationCommand, ReportsAnExistingPathAtOnceWhateverComesLater) {
 }
 
 TEST(ApplicationCommand, FindsItsWayWithoutTheFile) {
+    using Strings = std::vector<std::string>;
+    const std::string failure = "Failed to launch application: My App";
+    const std::string here = "/nowhere/A.app", moved = "/nowhere/Moved.app",
+                      there = "/elsewhere/New Name.app";
     struct Row {
         std::string name, path;
-        std::vector<std::string> openable;
-        std::map<std::string, std::string> installed;
-        std::optional<std::string> message;
-        std::vector<std::string> requests, lines;
+        Strings openable;
+        bool isInstalledElsewhere;
+        std::string message;
+        Strings tried;
+        std::string lastLine;
     };
-    const std::string direct = "open.direct.result=";
     const Row rows[] = {
-        {"empty path", "", {}, {}, std::nullopt, {}, {}},
-        {"plain opening",
-         "/nowhere/A.app",
-         {"/nowhere/A.app"},
-         {},
-         "Launched: A.app",
-         {"url /nowhere/A.app"},
-         {"applicationCommand.start path=/nowhere/A.app", "open.start path=/nowhere/A.app",
-          "open.workspace.result=false path=/nowhere/A.app", direct + "true path=/nowhere/A.app",
-          "applicationCommand.open=true path=/nowhere/A.app"}},
-        {"no bundle there",
-         "/nowhere/A.app",
-         {},
-         {{"org.example.moved", "/elsewhere/B.app"}},
-         "Failed to launch application: My App",
-         {"url /nowhere/A.app"},
-         {"applicationCommand.start path=/nowhere/A.app", "open.start path=/nowhere/A.app",
-          "open.workspace.result=false path=/nowhere/A.app", direct + "false path=/nowhere/A.app",
-          "applicationCommand.open=false path=/nowhere/A.app",
-          "applicationCommand.finish=false path=/nowhere/A.app"}},
+        {"plain opening", here, {here}, false, "Launched: A.app", {here}, ""},
+        {"no bundle there", here, {there}, true, failure, {here}, "finish=false path=" + here},
         {"identifier of nothing installed",
-         "/nowhere/Moved.app",
-         {},
-         {},
-         "Failed to launch application: My App",
-         {"url /nowhere/Moved.app"},
-         {"applicationCommand.start path=/nowhere/Moved.app", "open.start path=/nowhere/Moved.app",
-          "open.workspace.result=false path=/nowhere/Moved.app", direct + "false path=/nowhere/Moved.app",
-          "applicationCommand.open=false path=/nowhere/Moved.app",
-          "applicationCommand.finish=false path=/nowhere/Moved.app"}},
+         moved,
+         {there},
+         false,
+         failure,
+         {moved},
+         "finish=false path=" + moved},
         {"moved",
-         "/nowhere/Moved.app",
-         {"/elsewhere/New Name.app"},
-         {{"org.example.moved", "/elsewhere/New Name.app"}},
+         moved,
+         {there},
+         true,
          "Launched: New Name.app",
-         {"url /nowhere/Moved.app", "url /elsewhere/New Name.app"},
-         {"applicationCommand.start path=/nowhere/Moved.app", "open.start path=/nowhere/Moved.app",
-          "open.workspace.result=false path=/nowhere/Moved.app", direct + "false path=/nowhere/Moved.app",
-          "applicationCommand.open=false path=/nowhere/Moved.app", "open.start path=/elsewhere/New Name.app",
-          "open.workspace.result=false path=/elsewhere/New Name.app",
-          direct + "true path=/elsewhere/New Name.app",
-          "applicationCommand.bundleFallback=true path=/elsewhere/New Name.app"}},
-        {"moved, but refused",
-         "/nowhere/Moved.app",
-         {},
-         {{"org.example.moved", "/elsewhere/B.app"}},
-         "Failed to launch application: My App",
-         {"url /nowhere/Moved.app", "url /elsewhere/B.app"},
-         {"applicationCommand.start path=/nowhere/Moved.app", "open.start path=/nowhere/Moved.app",
-          "open.workspace.result=false path=/nowhere/Moved.app", direct + "false path=/nowhere/Moved.app",
-          "applicationCommand.open=false path=/nowhere/Moved.app", "open.start path=/elsewhere/B.app",
-          "open.workspace.result=false path=/elsewhere/B.app", direct + "false path=/elsewhere/B.app",
-          "applicationCommand.finish=false path=/nowhere/Moved.app"}},
+         {moved, there},
+         "bundleFallback=true path=" + there},
+        {"moved, but refused", moved, {}, true, failure, {moved, there}, "finish=false path=" + moved},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         Workspace workspace;
         workspace.openable = row.openable;
-        workspace.installed = row.installed;
+        if (row.isInstalledElsewhere)
+            workspace.installed["org.example.moved"] = there;
         EXPECT_EQ(workspace.run(row.path), row.message);
-        EXPECT_EQ(workspace.requests, row.requests);
-        EXPECT_EQ(workspace.log.take(), logged("ApplicationActivation", "debug", row.lines));
+        Strings requests, lines{"applicationCommand.start path=" + row.path};
+        for (const std::string& path : row.tried) {
+            const std::string opens = std::ranges::count(row.openable, path) ? "true path=" : "false path=";
+            requests.push_back("url " + path);
+            lines.insert(lines.end(), {"open.start path=" + path, "open.workspace.result=false path=" + path,
+                                       "open.direct.result=" + opens + path});
+            if (path == row.path)
+                lines.push_back("applicationCommand.open=" + opens + path);
+        }
+        if (!row.lastLine.empty())
+            lines.push_back("applicationCommand." + row.lastLine);
+        EXPECT_EQ(workspace.requests, requests);
+        EXPECT_EQ(workspace.log.take(), logged("ApplicationActivation", "debug", lines));
     }
+
+    Workspace workspace;
+    EXPECT_EQ(workspace.run(""), std::nullopt);
+    EXPECT_EQ(workspace.requests, Strings{});
+    EXPECT_EQ(workspace.log.take(), Strings{});
 }
 
 TEST(ApplicationCommand, AsksForAWindowOnlyWhenToldSoExactly) {
     struct Row {
-        std::string name, plugin, action;
+        std::string plugin, action;
         JSONValue::Object params;
-        std::optional<std::string> path;
+        bool asks;
     };
-    const JSONValue path = "/A.app";
+    const JSONValue path = "/A.app", choose = "chooseWhenMultiple", other = "ChooseWhenMultiple";
+    const std::string application = core::application, mode = "windowSelectionMode";
     const Row rows[] = {
-        {"asked",
-         core::application,
-         "open",
-         {{"path", path}, {"windowSelectionMode", "chooseWhenMultiple"}},
-         "/A.app"},
-        {"frontmost", core::application, "open", {{"path", path}, {"windowSelectionMode", "frontmost"}}, {}},
-        {"other case",
-         core::application,
-         "open",
-         {{"path", path}, {"windowSelectionMode", "ChooseWhenMultiple"}},
-         {}},
-        {"no text", core::application, "open", {{"path", path}, {"windowSelectionMode", true}}, {}},
-        {"not said", core::application, "open", {{"path", path}}, {}},
-        {"no path", core::application, "open", {{"windowSelectionMode", "chooseWhenMultiple"}}, {}},
-        {"other action",
-         core::application,
-         "close",
-         {{"path", path}, {"windowSelectionMode", "chooseWhenMultiple"}},
-         {}},
-        {"other plugin",
-         core::shell,
-         "open",
-         {{"path", path}, {"windowSelectionMode", "chooseWhenMultiple"}},
-         {}},
+        {application, "open", {{"path", path}, {mode, choose}}, true},
+        {application, "open", {{"path", path}, {mode, "frontmost"}}, false},
+        {application, "open", {{"path", path}, {mode, other}}, false},
+        {application, "open", {{"path", path}, {mode, true}}, false},
+        {application, "open", {{"path", path}}, false},
+        {application, "open", {{mode, choose}}, false},
+        {application, "close", {{"path", path}, {mode, choose}}, false},
+        {core::shell, "open", {{"path", path}, {mode, choose}}, false},
     };
     for (const Row& row : rows) {
+        SCOPED_TRACE(&row - rows);
         ConfigItem item;
         item.action = ConfigAction{row.plugin, row.action, row.params};
-        EXPECT_EQ(applicationPathForWindowSelection(item), row.path) << row.name;
+        EXPECT_EQ(applicationPathForWindowSelection(item),
+                  row.asks ? std::optional<std::string>("/A.app") : std::nullopt);
         item.type = ItemType::group;
-        EXPECT_EQ(applicationPathForWindowSelection(item), std::nullopt) << row.name;
+        EXPECT_EQ(applicationPathForWindowSelection(item), std::nullopt);
     }
 }
 
