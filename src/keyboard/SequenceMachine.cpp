@@ -180,10 +180,11 @@ SequenceStep SequenceMachine::acceptChoiceKey(DynamicChoiceState& state, TimePoi
     return state.isLoading ? step : hold(std::move(step), state.baseSequence, state.deadline, now);
 }
 
-/// Compares the input with the labels.
+/// Compares the input with the labels. What was typed ahead may go on beyond one: that one was complete
+/// first.
 SequenceStep SequenceMachine::showChoices(DynamicChoiceState& state, TimePoint now) {
     for (const LabeledChoice& labeled : state.labeledChoices)
-        if (labeled.label == state.input)
+        if (state.input.starts_with(labeled.label))
             return take(labeled, now);
     const bool canBecomeLabel = std::ranges::any_of(
         state.labeledChoices, [&](const LabeledChoice& c) { return c.label.starts_with(state.input); });

@@ -67,7 +67,7 @@ public:
             end();
         else if (count == 1)
             feedback(now);
-        else if (std::ranges::count(labels, input))
+        else if (std::ranges::any_of(labels, [&](const std::string& l) { return input.starts_with(l); }))
             feedback(now);
         else if (std::ranges::any_of(labels, [&](const std::string& l) { return l.starts_with(input); }))
             restartTimer(now);

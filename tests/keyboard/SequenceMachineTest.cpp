@@ -187,6 +187,8 @@ TEST(SequenceMachine, LetsTheUserChoose) {
         {"none", "choices; press w", "w! idle"},
         {"late, typed ahead", "press w; press f; choices \"1\" \"2\"",
          "w! choice, f! choice, timer feedback=W"},
+        {"late, too much ahead", "press w; press f; press x; choices \"1\" \"2\"",
+         "w! choice, f! choice, x! choice, timer feedback=W"},
         {"late, wrong ahead", "press w; press x; choices \"1\" \"2\"; press x",
          "w! choice, x! choice, timer idle, x idle"},
         {"escape while loading", "press w; press escape; press x", "w! choice, escape! idle, x idle"},
