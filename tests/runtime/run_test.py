@@ -126,6 +126,13 @@ class Capturing(RunTest):
         self.server.type("F5")
         self.assert_marks(["one"])
 
+    def test_a_plugin_runs_however_early_its_key_comes(self):
+        command = {"pluginID": "core.shell", "actionID": "run",
+                   "params": {"command": f"echo shell >> '{self.home.path}/marks'"}}
+        self.start(item(["f5"], "Shell", action=command))
+        self.server.type("F5")
+        self.assert_marks(["shell"])
+
     def test_what_happened_shows_in_the_status(self):
         self.start(item(["ctrl+j", "m"], "Mark", action=self.action("one")))
         self.server.type("ctrl+j")
