@@ -3,6 +3,7 @@
 #include "base/UniqueFd.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +14,16 @@ namespace varnel {
 namespace {
 constexpr std::size_t kBufferSize = 64 * 1024;
 constexpr std::size_t kMaximumInput = 256u << 20;
+
+/// Whether the failed call is to be made again; waits as long as the descriptor is not ready.
+bool isWorthRetrying(int descriptor, short events) {
+    if (errno == EAGAIN) {
+        pollfd entry{descriptor, events, 0};
+        return ::poll(&entry, 1, -1) > 0 || errno == EINTR;
+    }
+    return errno == EINTR;
+}
+
 } // namespace
 
 void OutputStream::write(std::string_view text) {
@@ -34,7 +45,7 @@ void OutputStream::flush() {
         ssize_t written = ::write(descriptor_, rest.data(), rest.size());
         if (written >= 0) {
             rest.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno != EINTR) {
+        } else if (!isWorthRetrying(descriptor_, POLLOUT)) {
             if (errno != EPIPE)
                 failure_ = errno;
             closed_ = true;
@@ -55,7 +66,8 @@ ReadTextResult readText(const std::string& path) {
     UniqueFd opened;
     int descriptor = STDIN_FILENO;
     if (path != "-") {
-        opened.reset(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        // A named pipe that nobody writes to reads as empty.
+        opened.reset(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
         descriptor = opened.get();
     }
     char chunk[16 * 1024];
@@ -64,7 +76,7 @@ ReadTextResult readText(const std::string& path) {
         got = ::read(descriptor, chunk, sizeof chunk);
         if (got > 0)
             result.text.append(chunk, static_cast<std::size_t>(got));
-        else if (got < 0 && errno == EINTR)
+        else if (got < 0 && isWorthRetrying(descriptor, POLLIN))
             got = 1;
     }
     if (got < 0)

@@ -72,6 +72,17 @@ class Usage(VerbTest):
         self.assertEqual((process.wait(10), process.stderr.read()), (0, b""))
         process.stderr.close()
 
+    def test_a_pipe_without_a_writer_is_empty_and_streams_that_do_not_wait_are_waited_for(self):
+        os.mkfifo(self.home.path / "pipe")
+        self.status(2, "check", "pipe", timeout=5)
+        reader, writer = os.pipe()
+        os.set_blocking(writer, False)
+        process = subprocess.Popen([PROGRAM, "labels", "200000"], stdout=writer, env=self.home.environment)
+        os.close(writer)
+        with os.fdopen(reader) as answer:
+            self.assertEqual(len(answer.readlines()), 200000)
+        self.assertEqual(process.wait(10), 0)
+
     def test_a_full_disk_is_one(self):
         with open("/dev/full", "w") as full:
             result = subprocess.run([PROGRAM, "labels", "3"], stdout=full, stderr=subprocess.PIPE,
