@@ -142,14 +142,23 @@ TEST_F(ShortcutLive, TypesTheShortcutWhateverIsHeld) {
 }
 
 TEST_F(ShortcutLive, LeavesTheKeyboardOfXtestUsable) {
-    plastic.set(key::ctrl, true);
-    EXPECT_TRUE(send("k", kK));
-    plastic.set(key::ctrl, false);
-    std::this_thread::sleep_for(100ms);
-    told();
-    typist.chord(key::ctrl, key::a);
-    typist.sync();
-    EXPECT_EQ(told(), "+37/0 +38/4 -38/4 -37/4");
+    for (const bool endsEarlier : {false, true}) {
+        SCOPED_TRACE(endsEarlier);
+        auto brief = std::make_unique<XcbShortcutPosting>(
+            XcbShortcutPosting::Surroundings{.displayName = desktop->display(), .frontmostProcess = {}}, log);
+        plastic.set(key::ctrl, true);
+        EXPECT_TRUE(brief->post(makeShortcutEvents("k", kK), GlobalRoute{}));
+        if (endsEarlier)
+            brief.reset();
+        plastic.set(key::ctrl, false);
+        if (brief)
+            brief->waitForRelease();
+        EXPECT_EQ(window.keysDown(), std::set<int>{});
+        told();
+        typist.chord(key::ctrl, key::a);
+        typist.sync();
+        EXPECT_EQ(told(), "+37/0 +38/4 -38/4 -37/4");
+    }
 }
 
 TEST_F(ShortcutLive, DoesNotPressAgainWhatTheUserLetGoMeanwhile) {

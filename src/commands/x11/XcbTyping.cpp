@@ -86,8 +86,12 @@ XcbTyping::~XcbTyping() {
 
 void XcbTyping::disconnect() {
     stopFollowing();
-    if (connection_)
+    if (connection_) {
+        // Nobody would take them back later.
+        releaseRestored({});
+        sync();
         xcb_disconnect(connection_);
+    }
     connection_ = nullptr;
     restored_.reset();
 }
@@ -292,8 +296,16 @@ void XcbTyping::followRestored() {
 }
 
 void XcbTyping::waitForRelease() {
-    if (follower_.joinable())
-        follower_.join();
+    if (!follower_.joinable())
+        return;
+    follower_.join();
+    sync();
+}
+
+/// Returns when the server has carried out everything asked for.
+void XcbTyping::sync() const {
+    const Reply<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
 }
 
 void XcbTyping::stopFollowing() {

@@ -67,6 +67,7 @@ private:
     /// What each keyboard says of itself; nothing when the connection broke. Unlike what the server says of
     /// all together this is right also while events wait because a program has frozen the keyboard.
     [[nodiscard]] std::optional<DownKeys> downKeys() const;
+    void sync() const;
     void settle();
     void releaseRestored(const KeySet& down);
     void followRestored();
