@@ -24,7 +24,8 @@ public:
 class JSONScanner {
 public:
     /// `visitor` and `handler` may be null.
-    explicit JSONScanner(std::string_view text, JSONPlaceVisitor* visitor = nullptr, JSONHandler* handler = nullptr);
+    explicit JSONScanner(std::string_view text, JSONPlaceVisitor* visitor = nullptr,
+                         JSONHandler* handler = nullptr);
     /// What is wrong with the text, if anything; nothing when the handler ended the scan.
     std::optional<JSONError> scan();
 
