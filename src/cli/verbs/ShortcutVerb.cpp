@@ -11,6 +11,9 @@ namespace {
 
 using Object = JSONValue::Object;
 
+/// Commands that were triggered before come first.
+constexpr Duration kPatience = 30s;
+
 /// A message for the user; the shortcut is on its way when `isSent`.
 struct Outcome {
     bool isSent = false;
@@ -33,7 +36,8 @@ bool isTrue(const Object& answer, std::string_view key) {
 std::optional<Outcome> sendOverApplication(const std::string& token, bool isLocal) {
     const RuntimePaths paths = RuntimePaths::fromEnvironment();
     const auto answer = sendControlRequest(
-        paths, {{"verb", "shortcut"}, {"token", token}, {"isLocal", isLocal}, {"display", paths.display}});
+        paths, {{"verb", "shortcut"}, {"token", token}, {"isLocal", isLocal}, {"display", paths.display}},
+        kPatience);
     if (!answer) {
         if (answer.error().kind == ControlClientError::Kind::notRunning)
             return std::nullopt;
