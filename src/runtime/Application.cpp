@@ -3,6 +3,7 @@
 #include "config/LocalConfigStorageProvider.h"
 #include "keyboard/TimingPreferences.h"
 #include "runtime/ControlRequests.h"
+#include "runtime/PluginChoiceResolver.h"
 #include "runtime/ProcessMemory.h"
 #include "runtime/WindowChoiceResolvers.h"
 
@@ -133,11 +134,7 @@ void Application::buildEngine() {
     commandExecutor_ = std::make_unique<CommandExecutor>(*commandFactory_, *commandQueue_, loop_);
     monitorFactory_ = std::make_unique<KeyboardMonitorFactory>(
         loop_, platform_->eventTaps(), [this] { return modifierTapThreshold(preferences_); });
-    windowQueue_ = std::make_unique<SerialQueue>("com.brackwell.varnel.windows");
-    addWindowChoiceResolvers(choices_, {.loop = loop_,
-                                        .executor = *windowQueue_,
-                                        .services = [this] { return platform_->windowServices(); },
-                                        .ownProcess = ::getpid()});
+    addChoiceResolvers();
     hotkeys_ = std::make_unique<HotkeyManager>(HotkeyManagerDependencies{
         .loop = loop_,
         .keyboardMonitorFactory = *monitorFactory_,
@@ -157,6 +154,22 @@ void Application::buildEngine() {
         hotkeys_->updateConfiguration(config_->sharedRootItems());
         settleSoon();
     }));
+}
+
+void Application::addChoiceResolvers() {
+    windowQueue_ = std::make_unique<SerialQueue>("com.brackwell.varnel.windows");
+    addWindowChoiceResolvers(choices_, {.loop = loop_,
+                                        .executor = *windowQueue_,
+                                        .services = [this] { return platform_->windowServices(); },
+                                        .ownProcess = ::getpid()});
+    choices_.add(
+        std::string(kPluginChoices),
+        std::make_shared<PluginChoiceResolver>(PluginChoiceResolver::Surroundings{
+            .loop = loop_,
+            .executor = plugins_->choiceQueue(),
+            .manager = plugins_->manager(),
+            .configurationPath = [this] { return config_->currentConfigPath(); },
+            .pluginSettings = [this]() -> const PluginSettings& { return config_->pluginSettings(); }}));
 }
 
 void Application::captureKeyboard() {

@@ -71,6 +71,7 @@ private:
     std::expected<void, std::string> openConfiguration();
     void buildPlugins();
     void buildEngine();
+    void addChoiceResolvers();
     void captureKeyboard();
     void settleSoon();
     void preferencesChanged();

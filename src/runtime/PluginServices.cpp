@@ -27,6 +27,7 @@ private:
 PluginServices::PluginServices(PluginManagerOptions options, const Surroundings& surroundings)
     : background_("com.brackwell.varnel.plugins")
     , manager_(std::move(options), surroundings.preferences, &surroundings.loop)
+    , choices_("com.brackwell.varnel.choices")
     , hooks_(manager_, background_, surroundings.log, surroundings.isTestHost)
     , ready_(scanDone_.get_future().share()) {
     registry_ = manager_.observe([this](const PluginRegistry&) { scanned(); });

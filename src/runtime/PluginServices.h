@@ -27,10 +27,12 @@ public:
     };
     /// All surroundings must outlive the services.
     PluginServices(PluginManagerOptions options, const Surroundings& surroundings);
-    /// Lets waiting commands go on; waits for a hook that runs.
+    /// Lets waiting commands go on; waits for a hook or choices that run.
     ~PluginServices() override;
 
     [[nodiscard]] PluginManager& manager() { return manager_; }
+    /// Where plugins say what there is to choose from; a hook that takes its time does not hold them up.
+    [[nodiscard]] SerialExecutor& choiceQueue() { return choices_; }
 
     /// Looks for the packages; the first time, tells them of the launch afterwards.
     void scan();
@@ -54,6 +56,7 @@ private:
 
     SerialQueue background_;
     PluginManager manager_;
+    SerialQueue choices_;
     PluginHooks hooks_;
     std::promise<void> scanDone_;
     std::shared_future<void> ready_;

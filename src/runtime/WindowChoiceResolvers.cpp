@@ -10,9 +10,6 @@ namespace varnel {
 
 namespace {
 
-constexpr std::string_view kSwitcherPlugin = "core.running-apps";
-constexpr std::string_view kSwitcherAction = "activate";
-
 std::string_view alphabetOf(const ConfigItem& item) {
     if (item.action)
         if (const auto found = item.action->params.find("useFullAlphabet");
@@ -20,17 +17,6 @@ std::string_view alphabetOf(const ConfigItem& item) {
             if (const bool* full = found->second.boolean(); full && *full)
                 return ChoiceLabels::kFullAlphabet;
     return ChoiceLabels::kHomeRowAlphabet;
-}
-
-bool hasText(const ConfigAction& action, std::string_view key) {
-    const auto found = action.params.find(key);
-    return found != action.params.end() && found->second.string() && !found->second.string()->empty();
-}
-
-bool isSwitcher(const ConfigItem& item) {
-    return item.action && item.action->pluginID == kSwitcherPlugin &&
-           item.action->actionID == kSwitcherAction && !hasText(*item.action, "application") &&
-           !hasText(*item.action, "choice");
 }
 
 void setLabels(DynamicChoiceList& list, LabelKeeper& keeper, const ConfigItem& item) {
@@ -98,8 +84,8 @@ std::expected<DynamicChoiceList, std::string> WindowChoices::make(WindowServices
             choice.title = windowTitle(window);
             choice.detail = windowPlace(window);
             choice.applicationPath = *path;
-            choice.action = ConfigAction{std::string(kSwitcherPlugin), std::string(kSwitcherAction),
-                                         JSONValue::Object{{"choice", choice.id}}};
+            choice.action =
+                ConfigAction{core::runningApps, "activate", JSONValue::Object{{"choice", choice.id}}};
             list.choices.push_back(std::move(choice));
         }
     }
@@ -148,12 +134,12 @@ void addWindowChoiceResolvers(DynamicChoiceRegistry& registry, const WindowChoic
                          return windows->make(services, item);
                      }));
     const auto applications = std::make_shared<RunningApplicationChoices>(surroundings.ownProcess);
-    registry.add(
-        std::string(kRunningApplicationChoices),
-        std::make_shared<WindowServiceResolver>(
-            surroundings, isSwitcher, [applications](WindowServices& services, const ConfigItem& item) {
-                return applications->make(services, item);
-            }));
+    registry.add(std::string(kRunningApplicationChoices),
+                 std::make_shared<WindowServiceResolver>(
+                     surroundings, asksForRunningApplication,
+                     [applications](WindowServices& services, const ConfigItem& item) {
+                         return applications->make(services, item);
+                     }));
 }
 
 } // namespace varnel
