@@ -37,21 +37,4 @@ std::optional<FileURL> ApplicationCommand::openByIdentifier(const FileURL& appli
     return installed;
 }
 
-std::optional<std::string> applicationPathForWindowSelection(const ConfigItem& item) {
-    if (item.type != ItemType::action || !item.action)
-        return std::nullopt;
-    const ConfigAction& action = *item.action;
-    if (action.pluginID != core::application || action.actionID != "open")
-        return std::nullopt;
-    const auto text = [&](const char* key) -> const std::string* {
-        const auto found = action.params.find(key);
-        return found == action.params.end() ? nullptr : found->second.string();
-    };
-    const std::string* mode = text("windowSelectionMode");
-    const std::string* path = text("path");
-    if (!mode || *mode != "chooseWhenMultiple" || !path)
-        return std::nullopt;
-    return *path;
-}
-
 } // namespace varnel

@@ -39,8 +39,4 @@ private:
     Services services_;
 };
 
-/// The application among whose windows the user is to choose: the path of an item that opens an application
-/// and asks for "chooseWhenMultiple"; nothing for every other item.
-std::optional<std::string> applicationPathForWindowSelection(const ConfigItem& item);
-
 } // namespace varnel

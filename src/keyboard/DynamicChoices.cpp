@@ -78,8 +78,12 @@ std::optional<std::string> applicationPathForWindowChoice(const ConfigItem& item
 }
 
 bool asksForRunningApplication(const ConfigItem& item) {
+    const auto names = [&](std::string_view parameter) {
+        const std::string* text = textParameter(*item.action, parameter);
+        return text && !text->empty();
+    };
     return item.type == ItemType::action && item.action && item.action->pluginID == core::runningApps &&
-           item.action->actionID == "activate" && !item.action->params.contains("choice");
+           item.action->actionID == "activate" && !names("application") && !names("choice");
 }
 
 } // namespace varnel

@@ -135,34 +135,5 @@ TEST(ApplicationCommand, FindsItsWayWithoutTheFile) {
     EXPECT_EQ(workspace.log.take(), Strings{});
 }
 
-TEST(ApplicationCommand, AsksForAWindowOnlyWhenToldSoExactly) {
-    struct Row {
-        std::string plugin, action;
-        JSONValue::Object params;
-        bool asks;
-    };
-    const JSONValue path = "/A.app", choose = "chooseWhenMultiple", other = "ChooseWhenMultiple";
-    const std::string application = core::application, mode = "windowSelectionMode";
-    const Row rows[] = {
-        {application, "open", {{"path", path}, {mode, choose}}, true},
-        {application, "open", {{"path", path}, {mode, "frontmost"}}, false},
-        {application, "open", {{"path", path}, {mode, other}}, false},
-        {application, "open", {{"path", path}, {mode, true}}, false},
-        {application, "open", {{"path", path}}, false},
-        {application, "open", {{mode, choose}}, false},
-        {application, "close", {{"path", path}, {mode, choose}}, false},
-        {core::shell, "open", {{"path", path}, {mode, choose}}, false},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(&row - rows);
-        ConfigItem item;
-        item.action = ConfigAction{row.plugin, row.action, row.params};
-        EXPECT_EQ(applicationPathForWindowSelection(item),
-                  row.asks ? std::optional<std::string>("/A.app") : std::nullopt);
-        item.type = ItemType::group;
-        EXPECT_EQ(applicationPathForWindowSelection(item), std::nullopt);
-    }
-}
-
 } // namespace
 } // namespace varnel

@@ -50,5 +50,50 @@ TEST(DynamicChoices, TakeTheAlphabetThatTheActionNames) {
     EXPECT_EQ(labeled(ten, item)[9].label, "jf");
 }
 
+TEST(DynamicChoices, AsksForAWindowOnlyWhenToldSoExactly) {
+    struct Row {
+        std::string plugin, action;
+        JSONValue::Object params;
+        bool asks;
+    };
+    const JSONValue path = "/A.app", choose = "chooseWhenMultiple", other = "ChooseWhenMultiple";
+    const std::string application = core::application, mode = "windowSelectionMode";
+    const Row rows[] = {
+        {application, "open", {{"path", path}, {mode, choose}}, true},
+        {application, "open", {{"path", path}, {mode, "frontmost"}}, false},
+        {application, "open", {{"path", path}, {mode, other}}, false},
+        {application, "open", {{"path", path}, {mode, true}}, false},
+        {application, "open", {{"path", path}}, false},
+        {application, "open", {{mode, choose}}, false},
+        {application, "close", {{"path", path}, {mode, choose}}, false},
+        {core::shell, "open", {{"path", path}, {mode, choose}}, false},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        ConfigItem item;
+        item.action = ConfigAction{row.plugin, row.action, row.params};
+        EXPECT_EQ(applicationPathForWindowChoice(item),
+                  row.asks ? std::optional<std::string>("/A.app") : std::nullopt);
+        item.type = ItemType::group;
+        EXPECT_EQ(applicationPathForWindowChoice(item), std::nullopt);
+    }
+}
+
+TEST(DynamicChoices, ASwitcherAsksUnlessItNamesWhatToShow) {
+    const std::pair<JSONValue::Object, bool> rows[] = {
+        {{}, true},
+        {{{"application", ""}}, true},
+        {{{"application", "Mail"}}, false},
+        {{{"choice", "window 7"}}, false},
+    };
+    for (const auto& [params, asks] : rows) {
+        ConfigItem item;
+        item.action = ConfigAction{core::runningApps, "activate", params};
+        EXPECT_EQ(asksForRunningApplication(item), asks) << params.size();
+        item.type = ItemType::group;
+        EXPECT_FALSE(asksForRunningApplication(item));
+    }
+}
+
 } // namespace
 } // namespace varnel
