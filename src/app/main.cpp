@@ -2,6 +2,7 @@
 #include "app/TrayIcon.h"
 #include "cli/CommandLine.h"
 #include "cli/RunOptions.h"
+#include "cli/StandardStreams.h"
 #include "cli/Verbs.h"
 
 #include <QApplication>
@@ -12,6 +13,7 @@
 using namespace varnel;
 
 int main(int argc, char** argv) {
+    keepStandardStreamsClosed();
     std::signal(SIGPIPE, SIG_IGN);
     Console console;
     std::vector<std::string> words(argv + 1, argv + argc);
