@@ -47,6 +47,10 @@ const RunningApplication* findApplication(const std::vector<RunningApplication>&
     const std::string lower = lowercased(trimmed(name));
     if (lower.empty())
         return nullptr;
+    // What is chosen comes as an identifier, which another application's window may have as one of its names.
+    if (const auto found = std::ranges::find(applications, name, &RunningApplication::id);
+        found != applications.end())
+        return &*found;
     for (const RunningApplication& application : applications)
         if (isCalled(application, lower))
             return &application;

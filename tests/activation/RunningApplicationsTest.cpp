@@ -37,15 +37,16 @@ TEST(RunningApplications, GroupsOrdinaryWindowsOfOthersByApplication) {
 
 TEST(RunningApplications, FindsOneByTheNameThatPeopleWrite) {
     auto windows = std::vector{window(1, 10, "XTerm"), window(2, 11, "Firefox"), window(3, 12, "Files")};
+    windows[0].instanceName = "Files"; // the identifier of another one
     windows[1].instanceName = "Navigator";
     const auto applications = runningApplications(windows, 0);
     struct Row {
         const char* name;
         const char* expected; ///< null: none
     };
-    for (const Row& row :
-         {Row{"xterm", "XTerm"}, Row{" Firefox ", "Firefox"}, Row{"navigator", "Firefox"}, Row{"xt", "XTerm"},
-          Row{"fi", nullptr}, Row{"fil", "Files"}, Row{"", nullptr}, Row{"Mail", nullptr}}) {
+    for (const Row& row : {Row{"xterm", "XTerm"}, Row{" Firefox ", "Firefox"}, Row{"navigator", "Firefox"},
+                           Row{"xt", "XTerm"}, Row{"fi", nullptr}, Row{"fil", "Files"}, Row{"Files", "Files"},
+                           Row{"", nullptr}, Row{"Mail", nullptr}}) {
         const RunningApplication* found = findApplication(applications, row.name);
         EXPECT_EQ(found ? found->name : "none", row.expected ? row.expected : "none") << row.name;
     }
