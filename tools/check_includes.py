@@ -37,7 +37,6 @@ QT = re.compile(r"^(Q[A-Z]|Qt)")
 # Libraries that one file each may see.
 ONLY_IN = {
     re.compile(r"^simdjson"): {"src/base/JSONReader.cpp"},
-    re.compile(r"^CLI/"): {"src/cli/main.cpp", "src/cli/CommandLine.cpp"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
