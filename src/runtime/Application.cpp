@@ -120,7 +120,10 @@ std::expected<void, std::string> Application::openConfiguration() {
         .defaultConfigURL = defaultConfigURL(home),
         .isTestHost = runsUnderTestHarness(environ),
         .printLine = printDiagnostic,
-        .configDidReload = {},
+        .configDidReload =
+            [this](const std::string& path, const PluginSettings& settings) {
+                plugins_->configDidReload(path, settings);
+            },
         .startProgram = [this](const std::vector<std::string>& argv) { platform_->startProgram(argv); }};
     config_ = std::make_unique<ConfigManager>(std::move(environment), std::move(*storage));
     preferenceWatch_ = std::make_unique<PreferenceWatch>(files_, platform_->fileEvents(), preferences_, log_,

@@ -152,6 +152,29 @@ class Capturing(RunTest):
         self.assertTrue(eventually(lambda: self.status()["interaction"] == "idle", 2))
 
 
+class Hooks(RunTest):
+    def test_plugins_hear_of_the_launch_and_of_every_new_configuration(self):
+        marks = self.home.path / "marks"
+        program = self.home.write("bundled/listener/run", "#!/usr/bin/env python3\nimport json, sys\n"
+                                  "request = json.load(sys.stdin)\nwith open(" + repr(str(marks)) + ", 'a') as marks:\n"
+                                  "    print(sys.argv[1], request['hook'], request['settings'].get('size'), sep='-', file=marks)\n")
+        os.chmod(program, 0o755)
+        self.home.write("bundled/listener/plugin.json", {
+            "id": "me.listener", "name": "Listener", "version": "1", "executable": "run", "capabilities": ["hooks"],
+            "actions": [], "hooks": ["appDidLaunch", "configDidReload"]})
+        content = document(item(["f5"], action=opens("/bin/true"))) | {"pluginSettings": {"me.listener": {"size": 3}}}
+        config = self.home.write("config.json", content)
+        running = self.home.start("--config", config, "--bundled-plugins", str(self.home.path / "bundled"))
+        self.addCleanup(running.close)
+        heard = ["hook-appDidLaunch-3", "hook-configDidReload-3"]
+        self.assert_marks(heard)
+        running.process.send_signal(signal.SIGHUP)  # the same bytes: nothing to tell
+        time.sleep(0.3)
+        content["pluginSettings"]["me.listener"]["size"] = 4
+        self.home.write("config.json", content)
+        self.assert_marks([*heard, "hook-configDidReload-4"])
+
+
 class Reloading(RunTest):
     def test_hang_up_binds_new_keys_and_frees_old_ones(self):
         running = self.start(item(["f5"], action=self.action("old")))
