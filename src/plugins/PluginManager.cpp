@@ -29,7 +29,7 @@ bool isBuiltInID(std::string_view id) {
 }
 
 std::unexpected<PluginTrustError> refusal(TrustErrorKind kind, std::string message) {
-    return std::unexpected(PluginTrustError{kind, localized(std::move(message))});
+    return std::unexpected(PluginTrustError{kind, localized(message)});
 }
 
 std::unexpected<PluginTrustError> unknownPackage(const std::string& pluginURL) {

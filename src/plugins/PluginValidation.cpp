@@ -29,7 +29,7 @@ class Validation {
 public:
     std::vector<std::string> messages;
 
-    void say(std::string text) { messages.push_back(localized(std::move(text))); }
+    void say(std::string text) { messages.push_back(localized(text)); }
 
     void check(const PluginActionDescriptor& action) {
         const std::string quoted = "'" + action.id + "'";
