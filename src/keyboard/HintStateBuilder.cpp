@@ -1,5 +1,10 @@
 #include "keyboard/HintStateBuilder.h"
 
+#include "keyboard/notation/KeyTokenCodec.h"
+
+#include <algorithm>
+#include <limits>
+
 namespace varnel {
 namespace {
 
@@ -8,16 +13,22 @@ using Position = HotkeyLookupIndex::Position;
 /// Adds to a `HintState` what belongs to one state of the machine.
 class HintBuilder {
 public:
-    HintBuilder(const HotkeyLookupIndex& index, const std::function<bool(const std::string&)>& isRunning,
-                HintState& hints)
+    HintBuilder(const HotkeyLookupIndex& index, const HintSources& sources, HintState& hints)
         : index_(index)
-        , isRunning_(isRunning)
+        , sources_(sources)
         , hints_(hints) {}
 
     void operator()(const SequenceMachine::Idle&) const {}
-    void operator()(const SequenceMachine::Capture& state) const { showNext(state.position); }
+    void operator()(const SequenceMachine::Capture& state) const {
+        showNext(state.position);
+        hints_.deadline = state.deadline;
+    }
     void operator()(const SequenceMachine::PendingPassthrough& state) const { showNext(state.position); }
-    void operator()(const SequenceMachine::DynamicChoiceState& state) const { showChoices(state); }
+    void operator()(const SequenceMachine::DynamicChoiceState& state) const {
+        showChoices(state);
+        if (!state.isLoading)
+            hints_.deadline = state.deadline;
+    }
     void operator()(const SequenceMachine::FrozenOverlay& state) const {
         if (state.choices)
             showChoices(*state.choices);
@@ -58,6 +69,8 @@ private:
         hints_.isLoading = state.isLoading;
         for (const LabeledChoice& choice : state.labeledChoices)
             hints_.rows.push_back(rowFor(choice));
+        for (std::size_t i = 0; i < hints_.rows.size(); ++i)
+            hints_.rows[i].fileOrder = i;
     }
 
     void addRows(const Position& position) const {
@@ -70,14 +83,46 @@ private:
         row.token = token;
         const ConfigItem* action = index_.action(position);
         row.isGroup = !action && index_.isPrefix(position);
+        if (row.isGroup)
+            row.entryCount = entryCount(position);
+        row.fileOrder = fileOrder(position);
+        if (!canBeTyped(token))
+            row.availability = HintAvailability::unreachable;
+        else if (action && action->action && sources_.availability)
+            row.availability = sources_.availability(*action);
         const ConfigItem* named = action ? action : index_.group(position);
         if (!named)
             return row;
         row.metadata.name = named->name;
         row.metadata.applicationPath = applicationPath(*named);
-        if (row.metadata.applicationPath && isRunning_)
-            row.metadata.isRunningApplication = isRunning_(*row.metadata.applicationPath);
+        if (row.metadata.applicationPath && sources_.isRunning)
+            row.metadata.isRunningApplication = sources_.isRunning(*row.metadata.applicationPath);
         return row;
+    }
+
+    [[nodiscard]] std::size_t entryCount(const Position& position) const {
+        std::size_t count = 0;
+        for (auto it = index_.nextTokens(position).begin(); it != index_.nextTokens(position).end(); ++it)
+            ++count;
+        return count;
+    }
+
+    /// Where the first item of this row stands in the file: the named one, or the first one below it.
+    [[nodiscard]] std::size_t fileOrder(const Position& position) const {
+        const ConfigItem* action = index_.action(position);
+        const ConfigItem* named = action ? action : index_.group(position);
+        std::size_t first = std::numeric_limits<std::size_t>::max();
+        if (named)
+            first = static_cast<std::size_t>(named - index_.items().data());
+        if (const auto below = index_.itemsForPrefix(position); !action && !below.empty())
+            first = std::min<std::size_t>(first, below.front());
+        return first;
+    }
+
+    /// A keyboard produces chords of one key, and taps of one modifier.
+    [[nodiscard]] static bool canBeTyped(const std::string& token) {
+        return KeyTokenCodec::isModifierOnly(token) ? modifierNamed(token).has_value()
+                                                    : KeyTokenCodec::parse(token).has_value();
     }
 
     [[nodiscard]] static HintRow rowFor(const LabeledChoice& choice) {
@@ -102,17 +147,16 @@ private:
     }
 
     const HotkeyLookupIndex& index_;
-    const std::function<bool(const std::string&)>& isRunning_;
+    const HintSources& sources_;
     HintState& hints_;
 };
 
 } // namespace
 
-HintState buildHintState(const SequenceMachine& machine,
-                         const std::function<bool(const std::string&)>& isRunning) {
+HintState buildHintState(const SequenceMachine& machine, const HintSources& sources) {
     HintState hints;
     hints.interaction = machine.interaction();
-    std::visit(HintBuilder(machine.index(), isRunning, hints), machine.state());
+    std::visit(HintBuilder(machine.index(), sources, hints), machine.state());
     return hints;
 }
 

@@ -19,6 +19,13 @@ bool isShortcut(std::string_view token) {
     return token.starts_with("cmd") || token.starts_with("ctrl") || token.starts_with("alt");
 }
 
+/// Forward, backward or not at all.
+int pageTurn(std::string_view token) {
+    if (token == "pagedown" || token == "tab")
+        return 1;
+    return token == "pageup" || token == "shift+tab" ? -1 : 0;
+}
+
 bool isTransient(std::string_view status) {
     return status.starts_with("Executed:") || status.starts_with("Launched:");
 }
@@ -136,11 +143,38 @@ bool HotkeyManager::handle(const std::string& token, TimePoint time) {
         return false;
     if (const auto deadline = machine_.nextDeadline(); deadline && *deadline <= time)
         apply(machine_.expire(time));
+    if (hintPageCount_ > 1 && turnPage(token, time))
+        return true;
     SequenceStep step = machine_.handle(token, time);
     const bool swallows = step.decision == KeyDecision::swallow;
     recordToken(token, !swallows && !isShortcut(token));
+    noteForHints(step, token);
     apply(std::move(step));
     return swallows;
+}
+
+/// Whether the key turned a page of the hints instead of being refused.
+bool HotkeyManager::turnPage(std::string_view token, TimePoint time) {
+    const int turn = pageTurn(token);
+    const bool isOpen = machine_.interaction() == Interaction::capture ||
+                        machine_.interaction() == Interaction::dynamicChoice;
+    if (turn == 0 || !isOpen)
+        return false;
+    const auto* capture = std::get_if<SequenceMachine::Capture>(&machine_.state());
+    if (capture && machine_.index().advance(capture->position, token))
+        return false;
+    pageTurns_ += turn;
+    apply(machine_.keepOpen(time));
+    return true;
+}
+
+void HotkeyManager::noteForHints(const SequenceStep& step, const std::string& token) {
+    if (!step.changed)
+        return;
+    pageTurns_ = 0;
+    refusal_.reset();
+    if (step.refusedAt)
+        refusal_ = HintRefusal{token, machine_.index().tokens(*step.refusedAt), ++refusalCount_};
 }
 
 void HotkeyManager::reset(std::string_view reason) {
@@ -243,6 +277,7 @@ void HotkeyManager::execute(const ConfigItem& item, const std::optional<DynamicC
 }
 
 void HotkeyManager::commandFinished(std::string message) {
+    ++finishedCommands_;
     setStatusMessage(std::move(message));
     statusChecks_.push_back(dependencies_.loop.after(kTransientStatusTime, [this] {
         // Checks come due in the order in which they were made.
@@ -308,7 +343,11 @@ void HotkeyManager::publishInterest() {
 }
 
 HintState HotkeyManager::hintState() const {
-    return buildHintState(machine_, dependencies_.applicationStatusResolver);
+    HintState hints =
+        buildHintState(machine_, {dependencies_.applicationStatusResolver, dependencies_.actionAvailability});
+    hints.refusal = refusal_;
+    hints.pageTurns = pageTurns_;
+    return hints;
 }
 
 std::string HotkeyManager::statusLine() const {

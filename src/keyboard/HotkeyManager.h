@@ -36,6 +36,8 @@ struct HotkeyManagerDependencies {
     std::function<void(std::string_view line)> writeDiagnostic; ///< may be empty
     /// Whether the application at a path runs, for hint rows; may be empty.
     std::function<bool(const std::string& applicationPath)> applicationStatusResolver;
+    /// Whether an item's action could run now, for hint rows; only looks at values in memory. May be empty.
+    std::function<HintAvailability(const ConfigItem&)> actionAvailability = {};
     const DynamicChoiceRegistry* dynamicChoiceRegistry = nullptr; ///< may be null
     /// Monitors keys while our own windows have the focus and the global monitor is off; may be null.
     KeyboardMonitorCreating* localMonitorFactory = nullptr;
@@ -74,6 +76,9 @@ public:
     void reset(std::string_view reason);
     /// Why the last open interaction was ended from outside.
     [[nodiscard]] const std::string& lastResetReason() const { return lastResetReason_; }
+    /// Tells how many pages the hints take where they are shown. With several, the page keys turn them
+    /// (`HintState::pageTurns`) unless the open sequence goes on with that very key.
+    void setHintPageCount(int count) { hintPageCount_ = count; }
     /// Runs the action with this trigger as if it had been typed; false when no action has it.
     bool trigger(const std::vector<std::string>& tokens);
 
@@ -97,6 +102,8 @@ public:
     [[nodiscard]] std::string statusLine() const;
     /// What is in the way of the running monitor; empty when nothing is.
     [[nodiscard]] std::string trouble() const;
+    /// How many commands have finished so far: the same message twice is news twice.
+    [[nodiscard]] std::uint64_t finishedCommands() const { return finishedCommands_; }
     [[nodiscard]] std::optional<TimePoint> nextDeadline() const { return machine_.nextDeadline(); }
 
     enum class Topic {
@@ -116,6 +123,8 @@ private:
     KeyInterest currentInterest();
     const std::shared_ptr<const std::vector<std::string>>&
     continuationInterest(const SequenceMachine::PendingPassthrough& pending);
+    bool turnPage(std::string_view token, TimePoint time);
+    void noteForHints(const SequenceStep& step, const std::string& token);
     void recordToken(const std::string& token, bool isPlainTyping);
     void changed(Topic topic);
     [[nodiscard]] std::unique_ptr<KeyboardMonitoring> startMonitor(KeyboardMonitorCreating& factory,
@@ -137,6 +146,11 @@ private:
     std::string lastTriggerInfo_;
     std::string lastPressedKey_;
     std::string lastResetReason_;
+    std::optional<HintRefusal> refusal_;
+    std::uint64_t refusalCount_ = 0;
+    std::uint64_t finishedCommands_ = 0;
+    int hintPageCount_ = 1;
+    int pageTurns_ = 0;
     std::vector<std::string> debugTokens_; ///< a ring
     std::size_t debugNext_ = 0;            ///< where the next token goes
     std::optional<TimePoint> timerDeadline_;

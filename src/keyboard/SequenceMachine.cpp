@@ -228,12 +228,18 @@ SequenceStep SequenceMachine::take(const LabeledChoice& choice, TimePoint now) {
 SequenceStep SequenceMachine::invalidInput() {
     auto* choice = std::get_if<DynamicChoiceState>(&state_);
     const bool hasHints = !choice || !choice->isLoading;
-    if (!hasHints || !timings_.keepsHintsOpenAfterInvalidInputProvider())
-        return enter(Idle(), KeyDecision::swallow);
-    FrozenOverlay frozen{positionOf(state_, index_.root()), std::nullopt};
-    if (choice)
-        frozen.choices = std::move(*choice);
-    return enter(std::move(frozen), KeyDecision::passThrough);
+    const Position position = positionOf(state_, index_.root());
+    SequenceStep step;
+    if (!hasHints || !timings_.keepsHintsOpenAfterInvalidInputProvider()) {
+        step = enter(Idle(), KeyDecision::swallow);
+    } else {
+        FrozenOverlay frozen{position, std::nullopt};
+        if (choice)
+            frozen.choices = std::move(*choice);
+        step = enter(std::move(frozen), KeyDecision::passThrough);
+    }
+    step.refusedAt = position;
+    return step;
 }
 
 SequenceStep SequenceMachine::enter(State state, KeyDecision decision) {
@@ -273,6 +279,18 @@ SequenceStep SequenceMachine::expire(TimePoint now) {
     SequenceStep step = enter(Idle(), KeyDecision::passThrough);
     step.message = std::move(message);
     return step;
+}
+
+SequenceStep SequenceMachine::keepOpen(TimePoint now) {
+    if (auto* capture = std::get_if<Capture>(&state_)) {
+        SequenceStep step;
+        step.decision = KeyDecision::swallow;
+        step.changed = true;
+        return hold(std::move(step), capture->position, capture->deadline, now);
+    }
+    if (auto* choice = std::get_if<DynamicChoiceState>(&state_))
+        return acceptChoiceKey(*choice, now);
+    return {};
 }
 
 SequenceStep SequenceMachine::reset() {

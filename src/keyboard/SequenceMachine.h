@@ -41,6 +41,8 @@ struct SequenceStep {
     const ConfigItem* choicesWanted = nullptr;
     std::uint64_t choiceRequest = 0;
     std::optional<std::string> message; ///< for the status
+    /// The key continued nothing of the sequence that was open here.
+    std::optional<HotkeyLookupIndex::Position> refusedAt;
 };
 
 /// Decides, key by key, whether what is typed belongs to a trigger.
@@ -64,6 +66,8 @@ public:
     [[nodiscard]] std::optional<TimePoint> nextDeadline() const;
     /// Nothing before the deadline: a late call can't end a younger interaction.
     SequenceStep expire(TimePoint now);
+    /// Restarts the step timer of an open sequence, as an accepted key does.
+    SequenceStep keepOpen(TimePoint now);
     /// Ends any interaction.
     SequenceStep reset();
     /// The answer for `choicesWanted`; nothing when the interaction that asked is over.
