@@ -60,7 +60,7 @@ TapVerdict KeyboardMonitor::Core::receive(const KeyboardEvent& event) {
     const EventTimeScope scope(eventTime, event.time);
     const bool isKeyDown = event.type == KeyboardEvent::Type::keyDown;
     const StreamToken* token = tokenStream.feed(event);
-    if (event.type == KeyboardEvent::Type::modifiersUsed)
+    if (event.type == KeyboardEvent::Type::modifiersUsed || event.type == KeyboardEvent::Type::postedByUs)
         return TapVerdict::pass;
     if (isKeyDown && event.isRepeat)
         return swallowedPresses[event.keyCode] ? TapVerdict::swallow : TapVerdict::pass;

@@ -23,6 +23,8 @@ const StreamToken* KeyboardTokenStream::feed(const KeyboardEvent& event) {
     case KeyboardEvent::Type::modifiersUsed:
         markUsedInChord();
         return nullptr;
+    case KeyboardEvent::Type::postedByUs:
+        return nullptr;
     }
     return nullptr;
 }

@@ -1,0 +1,20 @@
+#include "keyboard/PanicKeys.h"
+
+#include <utility>
+
+namespace varnel {
+
+const std::shared_ptr<const std::vector<std::string>>& PanicKeys::chords() {
+    static const auto chords = std::make_shared<const std::vector<std::string>>(
+        std::vector<std::string>{"ctrl+escape", "ctrl+space"});
+    return chords;
+}
+
+bool PanicKeys::press(KeyCode key, PanicKeySet heldByHand) {
+    heldByHand.leftControl |= key == kLeftControl;
+    heldByHand.space |= key == kSpace;
+    heldByHand.escape |= key == kEscape;
+    return !std::exchange(areHeld_, heldByHand.all()) && areHeld_;
+}
+
+} // namespace varnel

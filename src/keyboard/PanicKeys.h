@@ -1,0 +1,44 @@
+#pragma once
+
+#include "keyboard/notation/KeyToken.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace varnel {
+
+/// Which of the three panic keys are meant: left ctrl, space and escape.
+struct PanicKeySet {
+    bool leftControl = false;
+    bool space = false;
+    bool escape = false;
+    [[nodiscard]] bool all() const { return leftControl && space && escape; }
+    friend bool operator==(const PanicKeySet&, const PanicKeySet&) = default;
+};
+
+/// Notices that the three panic keys are held down together, in whatever order they were pressed: the way out
+/// for a user whose keyboard seems to be taken. Knows nothing of sequences, so that no rule can get in its
+/// way.
+class PanicKeys {
+public:
+    static constexpr KeyCode kLeftControl = 59;
+    static constexpr KeyCode kSpace = 49;
+    static constexpr KeyCode kEscape = 53;
+    /// Whether a press of this key can be the one that completes the three.
+    static constexpr bool isOne(KeyCode code) {
+        return code == kLeftControl || code == kSpace || code == kEscape;
+    }
+    /// The chords of which one is pressed, or repeats, whenever the three come together. Never null, always
+    /// the same object.
+    static const std::shared_ptr<const std::vector<std::string>>& chords();
+
+    /// A hand has pressed `key`, or holds it so long that it repeats, while `heldByHand` (the key itself need
+    /// not be in it) were down. True once for each time that all three are down together.
+    bool press(KeyCode key, PanicKeySet heldByHand);
+
+private:
+    bool areHeld_ = false; ///< told already
+};
+
+} // namespace varnel
