@@ -54,8 +54,15 @@ Subscription ConfigManager::observe(std::function<void(const ConfigChange&)> obs
     });
 }
 
+void ConfigManager::tellOfLoadError() {
+    if (toldError_ == loadError_)
+        return;
+    toldError_ = loadError_;
+    notify({.loadError = true});
+}
+
 void ConfigManager::notify(const ConfigChange& change) {
-    if (!change.rootItems && !change.pluginSettings && !change.currentConfigPath)
+    if (change == ConfigChange{})
         return;
     const auto entries = observers_->entries;
     for (const auto& entry : entries)
@@ -100,6 +107,7 @@ void ConfigManager::load(bool createIfMissing) {
         loadError_ = loaded.error();
         print("Error loading config: " + describe(loaded.error()));
     }
+    tellOfLoadError();
 }
 
 std::expected<void, ConfigError> ConfigManager::readAndPublish() {
@@ -180,6 +188,7 @@ std::optional<ConfigError> ConfigManager::save(std::vector<ConfigItem> items, Pl
     if (fileMonitoringEnabled_ && environment_.fileEvents)
         scheduleReload(); // what fires the hook, whether or not the file's own events arrive
     publish({std::move(items), std::move(pluginSettings)}, false);
+    tellOfLoadError();
     return std::nullopt;
 }
 
@@ -247,6 +256,7 @@ std::expected<void, ConfigError> ConfigManager::switchTo(const std::string& url,
     announce(content);
     if (fileMonitoringEnabled_)
         startMonitoring(false);
+    tellOfLoadError();
     return {};
 }
 

@@ -22,6 +22,8 @@ struct ConfigChange {
     bool rootItems = false;
     bool pluginSettings = false;
     bool currentConfigPath = false;
+    bool loadError = false; ///< `loadError` has another answer
+    friend bool operator==(const ConfigChange&, const ConfigChange&) = default;
 };
 
 /// Whether a save may replace a file whose content could not be read at start-up.
@@ -124,6 +126,7 @@ private:
     void publish(ConfigFileDocument document, bool pathChanged);
     void announce(Fingerprint content);
     void notify(const ConfigChange& change);
+    void tellOfLoadError();
     void print(const std::string& line);
 
     struct Observers;
@@ -143,6 +146,7 @@ private:
     bool unreadAtStart_ = false;           ///< the file is there but was never read
     bool isWaitingForFile_ = false;        ///< its absence has been told
     std::optional<ConfigError> loadError_;
+    std::optional<ConfigError> toldError_; ///< the one that observers know of
     std::shared_ptr<Observers> observers_;
 };
 

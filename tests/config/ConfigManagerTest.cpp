@@ -34,6 +34,8 @@ protected:
                 .startProgram = [this](const std::vector<std::string>& argv) { started = argv; }},
             std::move(*provider));
         observation = manager->observe([this](const ConfigChange& change) {
+            if (change.loadError)
+                return void(changes += 'e');
             changes += change.rootItems ? 'i' : '-';
             changes += change.pluginSettings ? 's' : '-';
             changes += change.currentConfigPath ? 'p' : '-';
@@ -169,6 +171,7 @@ TEST_F(ConfigManagerTest, KeepsTheItemsWhileTheFileIsBrokenOrGone) {
     raise(folder);
     loop.advance(1s);
     EXPECT_FALSE(manager->loadError());
+    EXPECT_EQ(changes, "ee"); // observers hear that there is an error, and that it is gone
     EXPECT_TRUE(hooks.empty()); // the bytes that were announced before
     EXPECT_EQ(events.watched(), (std::vector<std::string>{folder, standard}));
 }
