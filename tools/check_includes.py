@@ -37,6 +37,7 @@ QT = re.compile(r"^(Q[A-Z]|Qt)")
 # Libraries that one file each may see.
 ONLY_IN = {
     re.compile(r"^simdjson"): {"src/base/JSONReader.cpp"},
+    re.compile(r"^unicode/"): {"src/base/linux/IcuTextSearch.cpp"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
