@@ -18,10 +18,13 @@ ApplicationOptions applicationOptions(const VerbCall& call) {
 }
 
 int runApplication(EventLoop& loop, ApplicationOptions options, Console& console,
-                   const std::function<std::shared_ptr<void>(Application&)>& started) {
+                   const std::function<std::shared_ptr<void>(Application&)>& started,
+                   const std::function<bool()>& replaced) {
     prepareMemoryForLongLife();
     Application application(loop, std::move(options));
     if (auto result = application.start(); !result) {
+        if (replaced && replaced())
+            return ExitStatus::fine;
         console.complain(result.error());
         return ExitStatus::failed;
     }

@@ -66,7 +66,7 @@ std::expected<void, std::string> Application::start() {
                                .displayName = {},
                                .programFolder = options_.programFolder,
                                .onConnectionLost = [this] { connectionLost(); },
-                               .onTroubleChanged = {}});
+                               .onTroubleChanged = [this] { troubleObservers_.call(0); }});
     buildPlugins();
     if (auto opened = openConfiguration(); !opened)
         return opened;
@@ -175,9 +175,21 @@ void Application::addChoiceResolvers() {
             .pluginSettings = [this]() -> const PluginSettings& { return config_->pluginSettings(); }}));
 }
 
-void Application::captureKeyboard() {
-    if (!hotkeys_->isGlobalOn() && !hotkeys_->startGlobalMonitoring())
-        log_.write(LogLevel::error, "Keyboard", "Keys cannot be captured: " + platform_->captureError());
+bool Application::captureKeyboard() {
+    if (hotkeys_->isGlobalOn() || hotkeys_->startGlobalMonitoring())
+        return true;
+    log_.write(LogLevel::error, "Keyboard", "Keys cannot be captured: " + platform_->captureError());
+    return false;
+}
+
+Subscription Application::observeTrouble(std::function<void()> observer) {
+    return troubleObservers_.add(0, std::move(observer));
+}
+
+bool Application::present() {
+    if (presenter_)
+        presenter_();
+    return presenter_ != nullptr;
 }
 
 void Application::settleSoon() {

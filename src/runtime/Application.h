@@ -2,6 +2,7 @@
 
 #include "base/FilePreferenceStore.h"
 #include "base/Log.h"
+#include "base/LoopTasks.h"
 #include "base/PosixFileSystem.h"
 #include "base/SerialQueue.h"
 #include "commands/CommandExecutor.h"
@@ -50,6 +51,20 @@ public:
     /// the keyboard starts all the same and says why in its log and status.
     std::expected<void, std::string> start();
 
+    /// Tries to capture the keyboard where that failed before; true when keys are captured.
+    bool captureKeyboard();
+    /// Why the keyboard cannot be captured, as a sentence; empty when it can.
+    [[nodiscard]] std::string captureError() const { return platform_->captureError(); }
+    /// Calls `observer` when `hotkeys().trouble()` may have another answer.
+    [[nodiscard]] Subscription observeTrouble(std::function<void()> observer);
+
+    /// What brings the application's windows to the user; without it there are none.
+    void setPresenter(std::function<void()> presenter) { presenter_ = std::move(presenter); }
+    /// False when the application has no windows.
+    bool present();
+    /// Starts a program, looked up in PATH, that lives on by itself; a failure is ignored.
+    void startProgram(const std::vector<std::string>& argv) { platform_->startProgram(argv); }
+
     /// Reads the configuration at once, and tries to capture the keyboard where that failed before.
     void reload();
     /// Sends a shortcut as an item that is bound to one would, and reports the command's message.
@@ -72,7 +87,6 @@ private:
     void buildPlugins();
     void buildEngine();
     void addChoiceResolvers();
-    void captureKeyboard();
     void settleSoon();
     void preferencesChanged();
     [[nodiscard]] JSONValue::Array readPluginPreferences() const;
@@ -99,6 +113,8 @@ private:
     std::unique_ptr<KeyboardMonitorFactory> monitorFactory_;
     std::unique_ptr<HotkeyManager> hotkeys_;
     std::vector<Subscription> subscriptions_;
+    CallbackList troubleObservers_;
+    std::function<void()> presenter_;
     Subscription settling_;
     bool hasSettled_ = false;
     JSONValue::Array pluginPreferences_; ///< those that decide which plugins may run

@@ -83,14 +83,27 @@ Object trigger(Application& application, const Object& request) {
     return answer;
 }
 
+/// A request of a program that runs on another display; none when it may be carried out.
+std::optional<Object> refusedElsewhere(Application& application, const Object& request) {
+    const std::string* display = textMember(request, "display");
+    if (!display || *display == application.options().paths.display)
+        return std::nullopt;
+    Object refusal = failed("the running application is on another display");
+    refusal["isElsewhere"] = true;
+    return refusal;
+}
+
+/// A second start brings the first to the front.
+Object show(Application& application, const Object& request) {
+    if (auto refusal = refusedElsewhere(application, request))
+        return *refusal;
+    return application.present() ? succeeded() : failed("the running application has no windows");
+}
+
 /// Sends a shortcut over the application, whose tap then knows the keys for its own.
 void sendShortcut(Application& application, const Object& request, const ControlServer::Answer& answer) {
-    const std::string* display = textMember(request, "display");
-    if (display && *display != application.options().paths.display) {
-        Object refusal = failed("the running application is on another display");
-        refusal["isElsewhere"] = true;
-        return answer(refusal);
-    }
+    if (auto refusal = refusedElsewhere(application, request))
+        return answer(*refusal);
     const std::string* token = textMember(request, "token");
     const auto parsed = token ? KeyTokenCodec::parse(*token) : std::nullopt;
     if (!parsed)
@@ -119,6 +132,8 @@ Object answerAtOnce(Application& application, const Object& request) {
         return changeSuspension(application, request, *verb == "suspend");
     if (*verb == "trigger")
         return trigger(application, request);
+    if (*verb == "show")
+        return show(application, request);
     if (*verb == "quit") {
         application.quit();
         return succeeded();
