@@ -1,0 +1,64 @@
+#include "keyboard/Decisions.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace varnel {
+
+std::string_view decisionName(Decision::Kind kind) {
+    constexpr std::string_view kNames[] = {"opened",
+                                           "continued",
+                                           "letThrough",
+                                           "ran",
+                                           "asked",
+                                           "chose",
+                                           "triggered",
+                                           "nothingBound",
+                                           "noSuchChoice",
+                                           "hintsKept",
+                                           "cancelled",
+                                           "timedOut",
+                                           "unattended",
+                                           "nothingToChoose",
+                                           "noHandler",
+                                           "interrupted",
+                                           "heldTooLong",
+                                           "postedByUs",
+                                           "commandFinished",
+                                           "suspended",
+                                           "resumed",
+                                           "panicKeys",
+                                           "captureStarted",
+                                           "captureRefused",
+                                           "captureStopped",
+                                           "keyboardTaken",
+                                           "keyboardFree",
+                                           "configurationLoaded",
+                                           "configurationFailed"};
+    static_assert(std::size(kNames) == static_cast<std::size_t>(Decision::Kind::configurationFailed) + 1);
+    return kNames[static_cast<std::size_t>(kind)];
+}
+
+DecisionLog::DecisionLog() {
+    ring_.reserve(kCapacity);
+}
+
+void DecisionLog::record(Decision decision) {
+    decision.number = ++total_;
+    decision.otherKeysBefore = std::exchange(otherKeys_, 0);
+    if (ring_.size() < kCapacity)
+        ring_.push_back(decision);
+    else
+        ring_[(total_ - 1) % kCapacity] = decision;
+}
+
+std::vector<Decision> DecisionLog::since(std::uint64_t number) const {
+    std::vector<Decision> decisions;
+    const std::uint64_t kept = ring_.size();
+    for (std::uint64_t next = std::max(number, total_ - kept) + 1; next <= total_; ++next)
+        decisions.push_back(ring_[(next - 1) % kCapacity]);
+    return decisions;
+}
+
+} // namespace varnel
