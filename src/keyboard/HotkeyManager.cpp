@@ -358,6 +358,10 @@ std::string HotkeyManager::statusLine() const {
     return line;
 }
 
+bool HotkeyManager::isKeyboardHeldElsewhere() const {
+    return monitor_ && monitor_->isKeyboardHeldElsewhere();
+}
+
 std::string HotkeyManager::trouble() const {
     return monitor_ ? monitor_->trouble() : std::string();
 }

@@ -102,6 +102,8 @@ public:
     [[nodiscard]] std::string statusLine() const;
     /// What is in the way of the running monitor; empty when nothing is.
     [[nodiscard]] std::string trouble() const;
+    /// Whether another program, a screen locker for example, has the keyboard to itself at this moment.
+    [[nodiscard]] bool isKeyboardHeldElsewhere() const;
     /// How many commands have finished so far: the same message twice is news twice.
     [[nodiscard]] std::uint64_t finishedCommands() const { return finishedCommands_; }
     [[nodiscard]] std::optional<TimePoint> nextDeadline() const { return machine_.nextDeadline(); }

@@ -144,6 +144,10 @@ void KeyboardMonitor::setInterest(const KeyInterest& interest) {
         core_->eventTapSession->setInterest(interest);
 }
 
+bool KeyboardMonitor::isKeyboardHeldElsewhere() const {
+    return core_->eventTapSession && core_->eventTapSession->isKeyboardHeldElsewhere();
+}
+
 std::string KeyboardMonitor::trouble() const {
     return core_->eventTapSession ? core_->eventTapSession->trouble() : std::string();
 }

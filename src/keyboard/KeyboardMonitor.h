@@ -28,6 +28,7 @@ public:
     void endSuppression() override;
     void setInterest(const KeyInterest& interest) override;
     [[nodiscard]] std::string trouble() const override;
+    [[nodiscard]] bool isKeyboardHeldElsewhere() const override;
 
 private:
     struct Core;

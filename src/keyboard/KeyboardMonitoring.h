@@ -69,6 +69,8 @@ public:
     /// One line for the status: empty when all is well, else what is in the way ("another program holds the
     /// keyboard").
     [[nodiscard]] virtual std::string trouble() const { return {}; }
+    /// Whether another program has the keyboard to itself at this moment. May ask the system.
+    [[nodiscard]] virtual bool isKeyboardHeldElsewhere() const { return false; }
 };
 
 /// Called on the main thread for each event; decides before it returns.
@@ -110,6 +112,8 @@ public:
     /// Kept for sessions that are started later.
     virtual void setNotices(KeyboardNotices) {}
     [[nodiscard]] virtual std::string trouble() const { return {}; }
+    /// Whether another program has the keyboard to itself at this moment. May ask the system.
+    [[nodiscard]] virtual bool isKeyboardHeldElsewhere() const { return false; }
 };
 
 class KeyboardMonitorCreating {

@@ -15,6 +15,7 @@ public:
     void invalidate() override { tap_->invalidate(); }
     void setInterest(const KeyInterest& interest) override { tap_->setInterest(interest); }
     [[nodiscard]] std::string trouble() const override { return tap_->trouble(); }
+    [[nodiscard]] bool isKeyboardHeldElsewhere() const override { return tap_->isKeyboardHeldElsewhere(); }
 
 private:
     std::shared_ptr<XcbTap> tap_;

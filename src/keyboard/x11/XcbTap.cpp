@@ -442,12 +442,16 @@ void XcbTap::reconnect() {
         options_.onConnectionLost();
 }
 
+bool XcbTap::isKeyboardHeldElsewhere() const {
+    return protocol_ && !protocol_->holdsKeyboard() && server_.isHeldByOther();
+}
+
 std::string XcbTap::trouble() const {
     if (lost_)
         return "the X server is gone";
     if (!protocol_)
         return "the connection to the X server was cut";
-    if (!protocol_->holdsKeyboard() && server_.isHeldByOther())
+    if (isKeyboardHeldElsewhere())
         return "another program holds the keyboard";
     std::string refused;
     for (const GrabCombination combination : requests_.refused())

@@ -33,6 +33,7 @@ public:
     void invalidate();
     void setInterest(const KeyInterest& interest);
     [[nodiscard]] std::string trouble() const;
+    [[nodiscard]] bool isKeyboardHeldElsewhere() const;
 
     TapVerdict offer(const GrabbedKey& event) override;
     void offerTapRelease(std::uint8_t key, std::uint32_t time) override;
