@@ -30,7 +30,7 @@ std::expected<std::vector<RunningApplication>, std::string> listApplications() {
     const auto windows = (*connected)->runningWindows();
     if (!windows)
         return std::unexpected(windows.error().message);
-    return runningApplications(*windows, getpid());
+    return runningApplications(*windows, getppid());
 }
 
 std::expected<void, std::string> bringForward(const RunningWindow& window) {

@@ -8,8 +8,12 @@ ApplicationActivation activateRunningApplication(const RunningApplicationTable& 
     bool accepted = giver && *giver != process && applications.activateFrom(*giver, process);
     if (!accepted)
         accepted = applications.activate(process);
-    // Which application is in front is known only a turn of the main loop later.
-    return {.activated = accepted};
+    ApplicationActivation result{.activated = accepted, .frontmostProcess = giver};
+    for (int look = 0; accepted && look < kActivationLooks && result.frontmostProcess != process; ++look) {
+        applications.pause();
+        result.frontmostProcess = applications.frontmostProcess();
+    }
+    return result;
 }
 
 std::optional<WindowElements> findWindowElements(const RunningApplicationTable& applications,

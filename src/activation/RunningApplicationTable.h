@@ -17,10 +17,16 @@ struct RunningApplicationTable {
     /// The accessibility element of a process; made even where the process does not answer.
     std::function<AccessibilityElement(ProcessIdentifier process)> applicationElement;
     std::function<std::vector<AccessibilityElement>(const AccessibilityElement& application)> windows;
+    /// Lets a few milliseconds pass, and the workspace learn what has happened meanwhile.
+    std::function<void()> pause;
 };
 
+/// How often activation looks whether the application has come forward, with a pause before each look.
+inline constexpr int kActivationLooks = 25;
+
 /// Since macOS 14 an application that is not in front itself is heard best when it names the one that is;
-/// where that is refused, or nobody is in front, it asks plainly.
+/// where that is refused, or nobody is in front, it asks plainly. What was accepted is carried out a little
+/// later: it is waited for, within bounds, and the process seen in front then is reported.
 ApplicationActivation activateRunningApplication(const RunningApplicationTable& applications,
                                                  ProcessIdentifier process);
 

@@ -1,5 +1,7 @@
 #include "activation/WindowGeometry.h"
 
+#include "base/Localized.h"
+
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -61,15 +63,6 @@ long long overlap(const Rectangle& a, const Rectangle& b) {
     return width > 0 && height > 0 ? width * height : 0;
 }
 
-/// The display that shows most of the window; one that shows nothing is on the first.
-std::size_t displayOf(const WindowGeometry& geometry) {
-    std::size_t best = 0;
-    for (std::size_t i = 1; i < geometry.displays.size(); ++i)
-        if (overlap(geometry.frame, geometry.displays[i]) > overlap(geometry.frame, geometry.displays[best]))
-            best = i;
-    return best;
-}
-
 Rectangle centered(const Rectangle& frame, const Rectangle& display) {
     const int width = std::min(frame.width, display.width);
     const int height = std::min(frame.height, display.height);
@@ -98,19 +91,27 @@ std::expected<ArrangementPlan, std::string> planRestore(const WindowGeometry& ge
         return ArrangementPlan{.frame = geometry.remembered, .forget = true};
     if (geometry.isMaximized)
         return ArrangementPlan{};
-    return std::unexpected("The window has no earlier place to go back to.");
+    return std::unexpected(localized("The window has no earlier place to go back to."));
 }
 
 std::expected<ArrangementPlan, std::string> planNextDisplay(const WindowGeometry& geometry,
                                                             std::size_t display) {
     if (geometry.displays.size() < 2)
-        return std::unexpected("There is only one display.");
+        return std::unexpected(localized("There is only one display."));
     const Rectangle& to = geometry.displays[(display + 1) % geometry.displays.size()];
     return ArrangementPlan{.frame = carriedOver(geometry.frame, geometry.displays[display], to),
                            .maximize = geometry.isMaximized};
 }
 
 } // namespace
+
+std::size_t displayShowing(const Rectangle& frame, const std::vector<Rectangle>& displays) {
+    std::size_t best = 0;
+    for (std::size_t i = 1; i < displays.size(); ++i)
+        if (overlap(frame, displays[i]) > overlap(frame, displays[best]))
+            best = i;
+    return best;
+}
 
 Rectangle usableArea(const Rectangle& display, const Rectangle& screen,
                      const std::vector<ScreenStrut>& struts) {
@@ -167,10 +168,10 @@ std::optional<WindowArrangement> arrangementNamed(std::string_view name) {
 std::expected<ArrangementPlan, std::string> planArrangement(WindowArrangement arrangement,
                                                             const WindowGeometry& geometry) {
     if (geometry.displays.empty())
-        return std::unexpected("There is no display.");
+        return std::unexpected(localized("There is no display."));
     if (arrangement == restore)
         return planRestore(geometry);
-    const std::size_t display = displayOf(geometry);
+    const std::size_t display = displayShowing(geometry.frame, geometry.displays);
     if (arrangement == nextDisplay)
         return planNextDisplay(geometry, display);
     ArrangementPlan plan;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <expected>
 #include <optional>
 #include <string>
@@ -33,6 +34,9 @@ struct WindowGeometry {
     std::vector<Rectangle> displays = {};
     std::optional<Rectangle> remembered = std::nullopt; ///< the frame before the first arrangement
 };
+
+/// Which of the displays (there is one at least) shows most of the frame; the first when none shows any.
+std::size_t displayShowing(const Rectangle& frame, const std::vector<Rectangle>& displays);
 
 /// The ways to arrange a window, in the order in which they are offered.
 enum class WindowArrangement {

@@ -32,8 +32,24 @@ TEST(RunningApplicationTable, NamesTheApplicationInFrontAndThenAsksPlainly) {
             calls += "plain;";
             return row.obeys;
         };
+        int pauses = 0;
+        table.pause = [&] { ++pauses; };
         EXPECT_EQ(activateRunningApplication(table, kTarget).activated, row.activated);
         EXPECT_EQ(calls, row.calls);
+        EXPECT_EQ(pauses, row.activated && row.front != kTarget ? kActivationLooks : 0);
+    }
+}
+
+TEST(RunningApplicationTable, WaitsUntilTheApplicationHasComeForward) {
+    for (const int needed : {1, 5, kActivationLooks, kActivationLooks + 1}) {
+        int pauses = 0;
+        RunningApplicationTable table;
+        table.frontmostProcess = [&] { return std::optional(pauses < needed ? 3 : kTarget); };
+        table.activateFrom = [](ProcessIdentifier, ProcessIdentifier) { return true; };
+        table.pause = [&] { ++pauses; };
+        const auto result = activateRunningApplication(table, kTarget);
+        EXPECT_EQ(result.frontmostProcess, needed <= kActivationLooks ? kTarget : 3);
+        EXPECT_EQ(pauses, std::min(needed, kActivationLooks));
     }
 }
 

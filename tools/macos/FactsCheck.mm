@@ -45,6 +45,7 @@ IS(CGEventGetIntegerValueField, int64_t (*)(CGEventRef, CGEventField));
 IS(CGEventPostToPid, void (*)(pid_t, CGEventRef));
 IS(CGPreflightPostEventAccess, bool (*)());
 IS(CGWindowListCopyWindowInfo, CFArrayRef (*)(CGWindowListOption, CGWindowID));
+IS(CGRectMakeWithDictionaryRepresentation, bool (*)(CFDictionaryRef, CGRect*));
 static_assert(kCGWindowListOptionOnScreenOnly == 1 && kCGWindowListExcludeDesktopElements == 16);
 
 // Values, run loops and preferences.
@@ -56,6 +57,7 @@ static_assert(sizeof(CFArrayCallBacks) == 40 && sizeof(CFDictionaryKeyCallBacks)
 static_assert(sizeof(ProcessSerialNumber) == 8);
 IS(CFMachPortCreateRunLoopSource, CFRunLoopSourceRef (*)(CFAllocatorRef, CFMachPortRef, CFIndex));
 IS(CFRunLoopAddSource, void (*)(CFRunLoopRef, CFRunLoopSourceRef, CFRunLoopMode));
+static_assert(std::is_same_v<decltype(CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, false)), int32_t>);
 IS(CFPreferencesCopyAppValue, CFPropertyListRef (*)(CFStringRef, CFStringRef));
 IS(CFPreferencesSetAppValue, void (*)(CFStringRef, CFPropertyListRef, CFStringRef));
 
@@ -67,6 +69,11 @@ IS(AXUIElementCopyAttributeValue, AXError (*)(AXUIElementRef, CFStringRef, CFTyp
 IS(AXUIElementSetAttributeValue, AXError (*)(AXUIElementRef, CFStringRef, CFTypeRef));
 IS(AXUIElementPerformAction, AXError (*)(AXUIElementRef, CFStringRef));
 IS(AXUIElementSetMessagingTimeout, AXError (*)(AXUIElementRef, float));
+IS(AXUIElementCreateSystemWide, AXUIElementRef (*)());
+static_assert(kAXValueTypeCGPoint == 1 && kAXValueTypeCGSize == 2 && sizeof(AXValueType) == 4);
+IS(AXValueCreate, AXValueRef (*)(AXValueType, const void*));
+IS(AXValueGetValue, Boolean (*)(AXValueRef, AXValueType, void*));
+static_assert(sizeof(CGPoint) == 16 && sizeof(CGSize) == 16 && sizeof(CGRect) == 32);
 
 // The HID system.
 static_assert(kIOHIDRequestTypePostEvent == 0 && kIOHIDAccessTypeGranted == 0 && kIOHIDAccessTypeUnknown == 2);
@@ -93,6 +100,9 @@ static_assert(NSEventTypeKeyDown == 10 && NSEventTypeFlagsChanged == 12);
     NSRunningApplication* front = workspace.frontmostApplication;
     static_assert(std::is_same_v<decltype(front.processIdentifier), pid_t>);
     static_assert(std::is_same_v<decltype([front activateFromApplication:front options:0]), BOOL>);
+    for (NSScreen* screen in NSScreen.screens)
+        static_assert(std::is_same_v<decltype(screen.visibleFrame), CGRect> &&
+                      std::is_same_v<decltype(screen.frame), CGRect>);
     static_assert(std::is_same_v<decltype([NSEvent eventWithCGEvent:event].keyCode), unsigned short>);
 }
 

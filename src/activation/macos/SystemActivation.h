@@ -1,9 +1,10 @@
 #pragma once
 
+#include "activation/AccessibilityArranging.h"
 #include "activation/PrivateWindowServer.h"
 #include "activation/RunningApplicationTable.h"
-#include "activation/RunningWindows.h"
 #include "activation/WindowFocusing.h"
+#include "activation/WindowListing.h"
 
 namespace varnel {
 
@@ -21,32 +22,20 @@ public:
                                                 const AccessibilityElement& window) override;
 };
 
-/// The window server's list of windows.
-class SystemWindowOrdering final : public WindowOrderingProviding {
-public:
-    std::vector<OrderedWindow> windowsFrontToBack() override;
-};
-
-/// Windows of running applications from the window server's list. Titles need the permission to record the
-/// screen and are empty without it.
-class SystemRunningWindows final : public RunningWindowListing {
-public:
-    /// Where a title is missing, `privateServer` is asked for it; it may be null.
-    explicit SystemRunningWindows(PrivateWindowServerControlling* privateServer)
-        : privateServer_(privateServer) {}
-    std::expected<std::vector<RunningWindow>, WindowError> runningWindows() override;
-    [[nodiscard]] std::optional<ProcessIdentifier> frontmostProcess() override;
-
-private:
-    PrivateWindowServerControlling* privateServer_;
-};
-
+WindowListTable systemWindowList();
+/// Calls of this process wait half a second for another program's answer from then on.
 RunningApplicationTable systemRunningApplications();
+/// `server` must outlive it.
+WindowArrangingTable systemWindowArranging(PrivateWindowServerControlling& server);
 NativeValues systemNativeValues();
+/// Sleeps for some milliseconds; on the main thread its run loop then turns once, which is what brings
+/// AppKit's picture of running applications up to date.
+void pauseBriefly();
 /// The bundle identifier of a running process.
 std::optional<std::string> bundleIdentifierOf(ProcessIdentifier process);
 
-// The parts of `systemRunningApplications` that AppKit answers.
+// The parts of the tables that AppKit answers.
+std::vector<ScreenFrames> systemScreens();
 std::optional<ProcessIdentifier> frontmostRunningProcess();
 bool activateFromProcess(ProcessIdentifier giver, ProcessIdentifier process);
 bool activateProcess(ProcessIdentifier process);

@@ -1,45 +1,11 @@
+#include "activation/macos/AccessibilityCalls.h"
 #include "activation/macos/SystemActivation.h"
-#include "base/macos/CoreFoundationValues.h"
-
-#include <ApplicationServices/ApplicationServices.h>
 
 #include <algorithm>
 
 namespace varnel {
 
 namespace {
-
-/// A hung program would hold every call up for several seconds otherwise.
-constexpr float kMessagingTimeoutSeconds = 1;
-
-AXUIElementRef nativeOf(const AccessibilityElement& element) {
-    return reinterpret_cast<AXUIElementRef>(element.handle);
-}
-
-AccessibilityElement elementOf(CFTypeRef native) {
-    return {.handle = reinterpret_cast<std::uintptr_t>(native),
-            .keepAlive = std::shared_ptr<const void>(native, CoreFoundationRelease())};
-}
-
-std::expected<CoreFoundationOwned<CFTypeRef>, AccessibilityResult>
-copyAttribute(const AccessibilityElement& element, CFStringRef name) {
-    CFTypeRef value = nullptr;
-    const AXError result = AXUIElementCopyAttributeValue(nativeOf(element), name, &value);
-    CoreFoundationOwned<CFTypeRef> owned(value);
-    if (result != kAXErrorSuccess || !owned)
-        return std::unexpected(static_cast<AccessibilityResult>(owned ? result : kAXErrorNoValue));
-    return owned;
-}
-
-AccessibilityResult setAttribute(const AccessibilityElement& element, CFStringRef name, CFTypeRef value) {
-    return static_cast<AccessibilityResult>(AXUIElementSetAttributeValue(nativeOf(element), name, value));
-}
-
-AccessibilityElement applicationElement(ProcessIdentifier process) {
-    AXUIElementRef application = AXUIElementCreateApplication(process);
-    AXUIElementSetMessagingTimeout(application, kMessagingTimeoutSeconds);
-    return elementOf(application);
-}
 
 std::vector<AccessibilityElement> windowsOf(const AccessibilityElement& application) {
     const auto value = copyAttribute(application, CFSTR("AXWindows"));
@@ -96,11 +62,13 @@ SystemWindowAccessibility::refresh(const AccessibilityElement& application,
 }
 
 RunningApplicationTable systemRunningApplications() {
+    limitAccessibilityWaits();
     return {.frontmostProcess = frontmostRunningProcess,
             .activateFrom = activateFromProcess,
             .activate = activateProcess,
             .applicationElement = applicationElement,
-            .windows = windowsOf};
+            .windows = windowsOf,
+            .pause = pauseBriefly};
 }
 
 } // namespace varnel

@@ -3,73 +3,63 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
+#include <cmath>
+
 namespace varnel {
 
 namespace {
 
-/// The entries as values; empty without a session of windows.
-JSONValue::Array windowEntries(CGWindowListOption options) {
-    const CoreFoundationOwned<CFArrayRef> list(CGWindowListCopyWindowInfo(options, kCGNullWindowID));
-    auto value = list ? readValue(list.get()) : std::nullopt;
-    return value && value->array() ? std::move(*value->array()) : JSONValue::Array();
+/// What a dictionary has for `key`; null where it is absent.
+JSONValue valueOf(CFDictionaryRef dictionary, CFStringRef key) {
+    const CFTypeRef value = CFDictionaryGetValue(dictionary, key);
+    return value ? readValue(value).value_or(nullptr) : nullptr;
 }
 
-template <typename Integer>
-Integer integerOf(const JSONValue& entry, CFStringRef key) {
-    const JSONValue* value = entry.find(readString(key));
-    const double* number = value ? value->number() : nullptr;
-    return number ? static_cast<Integer>(*number) : Integer{0};
+double numberOf(CFDictionaryRef dictionary, CFStringRef key) {
+    const JSONValue value = valueOf(dictionary, key);
+    return value.number() ? *value.number() : 0;
 }
 
-std::string textOf(const JSONValue& entry, CFStringRef key) {
-    const JSONValue* value = entry.find(readString(key));
-    const std::string* text = value ? value->string() : nullptr;
-    return text ? *text : std::string();
+std::string textOf(CFDictionaryRef dictionary, CFStringRef key) {
+    const JSONValue value = valueOf(dictionary, key);
+    return value.string() ? *value.string() : std::string();
 }
 
-bool isTrue(const JSONValue& entry, CFStringRef key) {
-    const JSONValue* value = entry.find(readString(key));
-    const bool* truth = value ? value->boolean() : nullptr;
-    return truth && *truth;
+Rectangle boundsOf(CFDictionaryRef dictionary) {
+    CGRect bounds{};
+    if (const CFTypeRef value = CFDictionaryGetValue(dictionary, kCGWindowBounds))
+        CGRectMakeWithDictionaryRepresentation(static_cast<CFDictionaryRef>(value), &bounds);
+    const auto rounded = [](CGFloat number) { return static_cast<int>(std::lround(number)); };
+    return {rounded(bounds.origin.x), rounded(bounds.origin.y), rounded(bounds.size.width),
+            rounded(bounds.size.height)};
+}
+
+WindowListEntry entryOf(CFDictionaryRef dictionary) {
+    return {.number = static_cast<WindowNumber>(numberOf(dictionary, kCGWindowNumber)),
+            .process = static_cast<ProcessIdentifier>(numberOf(dictionary, kCGWindowOwnerPID)),
+            .layer = static_cast<int>(numberOf(dictionary, kCGWindowLayer)),
+            .alpha = numberOf(dictionary, kCGWindowAlpha),
+            .bounds = boundsOf(dictionary),
+            .title = textOf(dictionary, kCGWindowName),
+            .applicationName = textOf(dictionary, kCGWindowOwnerName)};
+}
+
+/// Empty without a session of windows.
+std::vector<WindowListEntry> windowEntries(CGWindowListOption option) {
+    const CoreFoundationOwned<CFArrayRef> list(
+        CGWindowListCopyWindowInfo(option | kCGWindowListExcludeDesktopElements, kCGNullWindowID));
+    std::vector<WindowListEntry> entries;
+    for (CFIndex i = 0; list && i < CFArrayGetCount(list.get()); ++i)
+        entries.push_back(entryOf(static_cast<CFDictionaryRef>(CFArrayGetValueAtIndex(list.get(), i))));
+    return entries;
 }
 
 } // namespace
 
-std::vector<OrderedWindow> SystemWindowOrdering::windowsFrontToBack() {
-    std::vector<OrderedWindow> windows;
-    for (const JSONValue& entry :
-         windowEntries(kCGWindowListOptionOnScreenOnly | kCGWindowListExcludeDesktopElements))
-        windows.push_back({.number = integerOf<WindowNumber>(entry, kCGWindowNumber),
-                           .process = integerOf<ProcessIdentifier>(entry, kCGWindowOwnerPID),
-                           .layer = integerOf<int>(entry, kCGWindowLayer)});
-    return windows;
-}
-
-std::expected<std::vector<RunningWindow>, WindowError> SystemRunningWindows::runningWindows() {
-    const auto front = frontmostProcess();
-    std::vector<RunningWindow> windows;
-    bool activeFound = false;
-    for (const JSONValue& entry :
-         windowEntries(kCGWindowListOptionAll | kCGWindowListExcludeDesktopElements)) {
-        RunningWindow window{.id = integerOf<WindowNumber>(entry, kCGWindowNumber),
-                             .process = integerOf<ProcessIdentifier>(entry, kCGWindowOwnerPID),
-                             .title = textOf(entry, kCGWindowName),
-                             .applicationName = textOf(entry, kCGWindowOwnerName),
-                             .isOnCurrentDesktop = isTrue(entry, kCGWindowIsOnscreen),
-                             .layer = integerOf<int>(entry, kCGWindowLayer)};
-        if (window.title.empty() && privateServer_)
-            window.title = privateServer_->windowTitle(window.id).value_or("");
-        window.applicationID = bundleIdentifierOf(window.process).value_or("");
-        window.isActive =
-            !activeFound && window.layer == 0 && window.isOnCurrentDesktop && front == window.process;
-        activeFound = activeFound || window.isActive;
-        windows.push_back(std::move(window));
-    }
-    return windows;
-}
-
-std::optional<ProcessIdentifier> SystemRunningWindows::frontmostProcess() {
-    return frontmostRunningProcess();
+WindowListTable systemWindowList() {
+    return {.onScreenWindows = [] { return windowEntries(kCGWindowListOptionOnScreenOnly); },
+            .allWindows = [] { return windowEntries(kCGWindowListOptionAll); },
+            .bundleIdentifier = bundleIdentifierOf};
 }
 
 NativeValues systemNativeValues() {

@@ -8,24 +8,7 @@
 namespace varnel {
 
 MacWindowServices::MacWindowServices(LogSink& log)
-    : privateServer_(loadSkyLightSymbols(systemSymbolLoader()), loadHIServicesSymbols(systemSymbolLoader()),
-                     systemNativeValues(), frontmostRunningProcess)
-    , numbers_(privateServer_)
-    , listing_(&privateServer_)
-    , applications_(systemRunningApplications())
-    , frontmostChecker_(ordering_, numbers_, getpid())
-    , coordinator_(accessibility_, frontmostChecker_, frontmostRunningProcess, log)
-    , activation_(coordinator_, &privateServer_,
-                  {.findElements =
-                       [this](const RunningWindow& window) {
-                           return findWindowElements(applications_, numbers_, window);
-                       },
-                   .activateApplication =
-                       [this](const RunningWindow& window) {
-                           return activateRunningApplication(applications_, window.process);
-                       },
-                   .frontmostProcess = frontmostRunningProcess},
-                  getpid(), log) {}
+    : windows_(log, getpid()) {}
 
 std::optional<WindowNumber> MacWindowServices::frontWindowOf(const std::string& applicationPath) {
     const auto identifier = systemWorkspace().bundleIdentifier(FileURL::fromPath(applicationPath));

@@ -27,6 +27,13 @@
                                                 NSError *_Nullable error))handler;
 @end
 
+typedef CGRect NSRect;
+@interface NSScreen : NSObject
+@property(class, nonnull, readonly, copy) NSArray<NSScreen *> *screens;
+@property(readonly) NSRect frame;
+@property(readonly) NSRect visibleFrame;
+@end
+
 typedef enum : NSUInteger { NSEventTypeKeyDown = 10, NSEventTypeKeyUp = 11, NSEventTypeFlagsChanged = 12 } NSEventType;
 typedef NSUInteger NSEventModifierFlags;
 @interface NSEvent : NSObject

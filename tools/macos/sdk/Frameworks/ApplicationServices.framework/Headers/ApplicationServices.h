@@ -18,10 +18,18 @@ Boolean AXIsProcessTrusted(void);
 Boolean AXIsProcessTrustedWithOptions(CFDictionaryRef options);
 CFTypeID AXUIElementGetTypeID(void);
 AXUIElementRef AXUIElementCreateApplication(pid_t pid);
+AXUIElementRef AXUIElementCreateSystemWide(void);
 AXError AXUIElementCopyAttributeValue(AXUIElementRef e, CFStringRef attribute, CFTypeRef *value);
 AXError AXUIElementSetAttributeValue(AXUIElementRef e, CFStringRef attribute, CFTypeRef value);
 AXError AXUIElementPerformAction(AXUIElementRef e, CFStringRef action);
 AXError AXUIElementSetMessagingTimeout(AXUIElementRef e, float seconds);
+
+typedef const struct __attribute__((objc_bridge(id))) __AXValue *AXValueRef;
+typedef enum : UInt32 { kAXValueTypeCGPoint = 1, kAXValueTypeCGSize = 2 } AXValueType;
+CFTypeID AXValueGetTypeID(void);
+AXValueRef AXValueCreate(AXValueType type, const void *value);
+Boolean AXValueGetValue(AXValueRef value, AXValueType type, void *out);
+
 AXError AXObserverCreate(pid_t pid, AXObserverCallback cb, AXObserverRef *out);
 AXError AXObserverAddNotification(AXObserverRef o, AXUIElementRef e, CFStringRef n, void *context);
 CFRunLoopSourceRef AXObserverGetRunLoopSource(AXObserverRef o);

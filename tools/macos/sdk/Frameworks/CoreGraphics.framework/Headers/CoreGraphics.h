@@ -11,6 +11,7 @@ typedef struct CGPoint { CGFloat x, y; } CGPoint;
 typedef struct CGSize { CGFloat width, height; } CGSize;
 typedef struct CGRect { CGPoint origin; CGSize size; } CGRect;
 typedef int32_t CGError;
+bool CGRectMakeWithDictionaryRepresentation(CFDictionaryRef dictionary, CGRect *rect);
 
 typedef struct __CGEvent *CGEventRef;
 typedef struct __CGEventSource *CGEventSourceRef;
@@ -79,7 +80,8 @@ extern const CFStringRef kCGWindowOwnerPID;
 extern const CFStringRef kCGWindowLayer;
 extern const CFStringRef kCGWindowName;
 extern const CFStringRef kCGWindowOwnerName;
-extern const CFStringRef kCGWindowIsOnscreen;
+extern const CFStringRef kCGWindowAlpha;
+extern const CFStringRef kCGWindowBounds;
 CFArrayRef CGWindowListCopyWindowInfo(CGWindowListOption option, CGWindowID relative);
 
 #ifdef __cplusplus

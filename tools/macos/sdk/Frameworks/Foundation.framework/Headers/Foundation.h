@@ -22,6 +22,18 @@ __attribute__((objc_root_class)) @interface NSObject
 + (nullable instancetype)stringWithUTF8String:(nonnull const char *)s;
 @property(nullable, readonly) const char *UTF8String __attribute__((objc_returns_inner_pointer));
 @end
+typedef struct {
+  unsigned long state;
+  id __unsafe_unretained _Nullable *_Nullable itemsPtr;
+  unsigned long *_Nullable mutationsPtr;
+  unsigned long extra[5];
+} NSFastEnumerationState;
+@interface NSArray<ObjectType> : NSObject
+@property(readonly) NSUInteger count;
+- (NSUInteger)countByEnumeratingWithState:(nonnull NSFastEnumerationState *)state
+                                  objects:(id __unsafe_unretained _Nullable *_Nonnull)buffer
+                                    count:(NSUInteger)length;
+@end
 @interface NSURL : NSObject
 + (nonnull NSURL *)fileURLWithPath:(nonnull NSString *)path;
 @property(nullable, readonly, copy) NSString *path;
