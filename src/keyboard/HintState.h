@@ -60,6 +60,7 @@ struct HintState {
     std::vector<HintRow> rows;         ///< sorted by token; choices in their own order
     std::string input;                 ///< label letters typed so far
     bool isLoading = false;            ///< choices are still being looked for
+    bool areChoices = false;           ///< the rows' tokens are labels, typed letter by letter
     /// When the step time-out ends the sequence; none while there is no such limit.
     std::optional<TimePoint> deadline;
     std::optional<HintRefusal> refusal; ///< kept until the next key is accepted

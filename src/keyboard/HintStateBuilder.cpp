@@ -21,12 +21,13 @@ public:
     void operator()(const SequenceMachine::Idle&) const {}
     void operator()(const SequenceMachine::Capture& state) const {
         showNext(state.position);
-        hints_.deadline = state.deadline;
+        if (!state.waitsWithoutEnd)
+            hints_.deadline = state.deadline;
     }
     void operator()(const SequenceMachine::PendingPassthrough& state) const { showNext(state.position); }
     void operator()(const SequenceMachine::DynamicChoiceState& state) const {
         showChoices(state);
-        if (!state.isLoading)
+        if (!state.isLoading && !state.waitsWithoutEnd)
             hints_.deadline = state.deadline;
     }
     void operator()(const SequenceMachine::FrozenOverlay& state) const {
@@ -37,6 +38,7 @@ public:
     }
     void operator()(const SequenceMachine::SelectionFeedback& state) const {
         hints_.sequence = index_.tokens(state.position);
+        hints_.areChoices = state.choice.has_value();
         if (state.choice)
             hints_.rows.push_back(rowFor(*state.choice));
         else
@@ -67,6 +69,7 @@ private:
         hints_.title = state.title ? state.title : std::optional(state.item->name);
         hints_.input = state.input;
         hints_.isLoading = state.isLoading;
+        hints_.areChoices = true;
         for (const LabeledChoice& choice : state.labeledChoices)
             hints_.rows.push_back(rowFor(choice));
         for (std::size_t i = 0; i < hints_.rows.size(); ++i)

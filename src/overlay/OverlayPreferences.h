@@ -46,7 +46,7 @@ inline constexpr bool kOverlayShowsIconsDefault = true;
 inline constexpr WordPreference kOverlayMessages{"overlayMessages", overlayWords::kMessages};
 inline constexpr WordPreference kOverlayMotion{"overlayMotion", overlayWords::kMotion};
 
-enum class OverlayPosition { center, bottom, top, pointer };
+enum class OverlayPosition : int { center, bottom, top, pointer };
 enum class OverlayTheme { system, dark, light };
 enum class OverlayOrder { keys, file };
 enum class OverlayMessages { all, noteworthy, none };
