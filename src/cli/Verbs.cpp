@@ -7,6 +7,7 @@ namespace varnel {
 extern const Verb kRunVerb;
 extern const Verb kCheckVerb;
 extern const Verb kFormatVerb;
+extern const Verb kCheatsheetVerb;
 extern const Verb kTokenVerb;
 extern const Verb kLabelsVerb;
 extern const Verb kLookupVerb;
@@ -28,6 +29,7 @@ constexpr const Verb* kVerbs[] = {
     &kRunVerb,
     &kCheckVerb,
     &kFormatVerb,
+    &kCheatsheetVerb,
     &kTokenVerb,
     &kLabelsVerb,
     &kLookupVerb,
