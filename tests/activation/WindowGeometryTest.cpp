@@ -1,13 +1,10 @@
 #include "activation/WindowGeometry.h"
 
+#include "tests/activation/PrintRectangle.h"
+
 #include <gtest/gtest.h>
 
 namespace varnel {
-
-void PrintTo(const Rectangle& r, std::ostream* out) {
-    *out << r.width << 'x' << r.height << '+' << r.x << '+' << r.y;
-}
-
 namespace {
 
 const Rectangle kMain{0, 20, 1000, 701}, kSecond{1000, 0, 500, 400};
