@@ -1,0 +1,58 @@
+#include "runtime/SessionWatch.h"
+
+#include "runtime/Health.h"
+
+#include <utility>
+
+namespace varnel {
+
+namespace {
+
+/// A locker has certainly taken the keyboard by then, if there is one.
+constexpr Duration kFirstLook = 3s;
+constexpr Duration kNextLook = 2s;
+
+} // namespace
+
+SessionGuard::SessionGuard(Surroundings surroundings)
+    : surroundings_(std::move(surroundings)) {}
+
+void SessionGuard::handle(SessionEvent event) {
+    switch (event) {
+    case SessionEvent::lockRequested:
+        if (lock_ != Lock::none)
+            return;
+        lock_ = Lock::requested;
+        surroundings_.suspend(std::string(kLockedReason), true);
+        look_ = surroundings_.loop.after(kFirstLook, [this] { lookAgain(); });
+        return;
+    case SessionEvent::locked:
+        lock_ = Lock::known;
+        look_.reset();
+        return surroundings_.suspend(std::string(kLockedReason), true);
+    case SessionEvent::unlocked:
+        return unlock();
+    case SessionEvent::fallingAsleep:
+        return surroundings_.suspend(std::string(kAsleepReason), true);
+    case SessionEvent::awake:
+        surroundings_.suspend(std::string(kAsleepReason), false);
+        return surroundings_.cameBack();
+    }
+}
+
+void SessionGuard::unlock() {
+    if (lock_ == Lock::none)
+        return;
+    lock_ = Lock::none;
+    look_.reset();
+    surroundings_.suspend(std::string(kLockedReason), false);
+    surroundings_.cameBack();
+}
+
+void SessionGuard::lookAgain() {
+    if (!surroundings_.isKeyboardHeldElsewhere())
+        return unlock();
+    look_ = surroundings_.loop.after(kNextLook, [this] { lookAgain(); });
+}
+
+} // namespace varnel
