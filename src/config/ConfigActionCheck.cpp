@@ -1,26 +1,26 @@
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "config/ConfigFindings.h"
-#include "keyboard/notation/KeyTokenCodec.h"
+#include "config/ConfigParameterCheck.h"
 
 #include <algorithm>
+#include <map>
+#include <set>
 #include <utility>
 
 namespace varnel {
 namespace {
 
-/// The end of a sentence about an unknown word.
-std::string suggestion(std::string_view word, const std::vector<std::string>& candidates) {
-    const std::string near = nearest(word, candidates);
-    return near.empty() ? "." : "; did you mean " + quoteForMessage(near) + "?";
-}
-
 /// The known actions, ordered for look-ups.
 class ActionCheck {
 public:
-    ActionCheck(const CheckedConfig& config, std::vector<KnownAction> known, ConfigFindings& findings)
+    ActionCheck(const CheckedConfig& config, const CheckSurroundings& surroundings, ConfigFindings& findings)
         : config_(config)
-        , known_(std::move(known))
-        , findings_(findings) {}
+        , surroundings_(surroundings)
+        , findings_(findings) {
+        for (const KnownAction& action : surroundings.actions)
+            plugins_[action.pluginID].emplace(action.actionID, &action);
+    }
 
     void run() {
         for (std::size_t index = 0; index < config_.document.items.size(); ++index) {
@@ -28,8 +28,10 @@ public:
             if (item.type != ItemType::action)
                 continue;
             if (!item.action)
-                findings_.addForItem("missing-action", index, {"action"},
-                                     "has no action, so typing it runs nothing. Add an \"action\".");
+                findings_.addForItem(
+                    RuleID::missingAction, index, {"action"},
+                    localized("%1 has no action, so typing it runs nothing. Add an \"action\".",
+                              {config_.mention(index)}));
             else
                 checkAction(index, *item.action);
         }
@@ -37,90 +39,151 @@ public:
 
 private:
     void checkAction(std::size_t index, const ConfigAction& action) {
-        const auto known = std::ranges::find_if(known_, [&](const KnownAction& candidate) {
-            return candidate.pluginID == action.pluginID && candidate.actionID == action.actionID;
-        });
-        if (known == known_.end()) {
-            reportUnknown(index, action);
+        const bool isUnavailable = config_.item(index).isEnabled && reportUnavailable(index, action);
+        const auto plugin = plugins_.find(action.pluginID);
+        if (plugin == plugins_.end()) {
+            if (!isUnavailable && !unavailable(action.pluginID))
+                reportUnknownPlugin(index, action);
             return;
         }
-        for (const KnownAction::Parameter& parameter : known->parameters)
-            checkParameter(index, action, parameter);
-        if (action.pluginID == core::shortcut)
-            checkShortcut(index, action);
+        const auto known = plugin->second.find(action.actionID);
+        if (known == plugin->second.end())
+            return reportUnknownAction(index, action, plugin->second);
+        for (const ParameterProblem& problem : checkParameters(action, *known->second))
+            findings_.addForItem(problem.rule, index, {"action", "params", problem.key},
+                                 config_.mention(index) + " " + problem.clause);
+        if (config_.item(index).isEnabled)
+            checkApplications(index, action, *known->second);
     }
 
-    void reportUnknown(std::size_t index, const ConfigAction& action) {
-        std::vector<std::string> plugins, actions;
-        for (const KnownAction& candidate : known_) {
-            plugins.push_back(candidate.pluginID);
-            if (candidate.pluginID == action.pluginID)
-                actions.push_back(candidate.actionID);
-        }
-        if (actions.empty()) {
-            findings_.addForItem("unknown-action", index, {"action", "pluginID"},
-                                 "uses " + quoteForMessage(action.pluginID) +
-                                     ", a capability that is not known here" +
-                                     suggestion(action.pluginID, plugins) +
-                                     " Install the capability or correct \"pluginID\".");
-            return;
-        }
-        findings_.addForItem("unknown-action", index, {"action", "actionID"},
-                             "uses the action " + quoteForMessage(action.actionID) + ", which " +
-                                 quoteForMessage(action.pluginID) + " does not have" +
-                                 suggestion(action.actionID, actions) + " It has " + join(actions, ", ") +
-                                 ".");
+    [[nodiscard]] const UnavailablePlugin* unavailable(std::string_view pluginID) const {
+        const auto& plugins = surroundings_.unavailablePlugins;
+        const auto found = std::ranges::find(plugins, pluginID, &UnavailablePlugin::pluginID);
+        return found == plugins.end() ? nullptr : &*found;
     }
 
-    void checkParameter(std::size_t index, const ConfigAction& action,
-                        const KnownAction::Parameter& parameter) {
-        if (!parameter.required)
-            return;
-        const auto found = action.params.find(parameter.key);
-        const bool isThere = found != action.params.end() && !found->second.isNull();
-        const std::string* text = isThere ? found->second.string() : nullptr;
-        if (isThere && !(text && trimmed(*text).empty()))
-            return;
-        findings_.addForItem("missing-parameter", index, {"action", "params", parameter.key},
-                             "lacks the parameter " + quoteForMessage(parameter.key) + " of " +
-                                 action.pluginID + " " + quoteForMessage(action.actionID) +
-                                 ". Add it to the action's \"params\".");
+    bool reportUnavailable(std::size_t index, const ConfigAction& action) {
+        const UnavailablePlugin* plugin = unavailable(action.pluginID);
+        if (!plugin)
+            return false;
+        const std::string mention = config_.mention(index), id = quoteForMessage(action.pluginID);
+        if (plugin->isUntrusted)
+            findings_.addForItem(
+                RuleID::untrustedPlugin, index, {"action", "pluginID"},
+                localized("%1 uses %2, which does not run before you trust it: %3 Look at the package, then: "
+                          "varnel plugins trust %4",
+                          {mention, id, plugin->reason, singleLine(action.pluginID, 60)}));
+        else
+            findings_.addForItem(
+                RuleID::inactivePlugin, index, {"action", "pluginID"},
+                localized("%1 uses %2, which does not run: %3", {mention, id, plugin->reason}));
+        return true;
     }
 
-    void checkShortcut(std::size_t index, const ConfigAction& action) {
-        const auto found = action.params.find("shortcut");
-        if (found == action.params.end() || found->second.isNull())
+    void reportUnknownPlugin(std::size_t index, const ConfigAction& action) {
+        std::vector<std::string> plugins;
+        for (const auto& [id, actions] : plugins_)
+            plugins.push_back(id);
+        findings_.addForItem(RuleID::unknownAction, index, {"action", "pluginID"},
+                             localized("%1 uses %2, a capability that is not known here%3 Install the "
+                                       "capability or correct \"pluginID\".",
+                                       {config_.mention(index), quoteForMessage(action.pluginID),
+                                        suggestion(action.pluginID, plugins)}));
+    }
+
+    using Actions = std::map<std::string, const KnownAction*, std::less<>>;
+
+    void reportUnknownAction(std::size_t index, const ConfigAction& action, const Actions& known) {
+        std::vector<std::string> actions;
+        for (const auto& [id, which] : known)
+            actions.push_back(id);
+        findings_.addForItem(RuleID::unknownAction, index, {"action", "actionID"},
+                             localized("%1 uses the action %2, which %3 does not have%4 It has %5.",
+                                       {config_.mention(index), quoteForMessage(action.actionID),
+                                        quoteForMessage(action.pluginID),
+                                        suggestion(action.actionID, actions), join(actions, ", ")}));
+    }
+
+    void checkApplications(std::size_t index, const ConfigAction& action, const KnownAction& known) {
+        if (!surroundings_.whyNoApplication)
             return;
-        const std::string* text = found->second.string();
-        if (text && (trimmed(*text).empty() || KeyTokenCodec::parse(*text)))
-            return;
-        const std::string reason = !text ? "it is " + std::string(found->second.kindName()) + ", not a string"
-                                   : KeyTokenCodec::isModifierOnly(*text) ? "it names no key"
-                                                                          : KeyTokenCodec::explain(*text);
-        findings_.addForItem("invalid-shortcut", index, {"action", "params", "shortcut"},
-                             "sends a shortcut that is none: " + reason + ". Correct \"shortcut\".");
+        std::set<std::string> checked;
+        for (const KnownAction::Form& form : known.forms)
+            for (const KnownAction::Parameter& parameter : form) {
+                if (parameter.kind != KnownAction::Parameter::Kind::application ||
+                    !checked.insert(parameter.key).second)
+                    continue;
+                const auto found = action.params.find(parameter.key);
+                const std::string* path = found == action.params.end() ? nullptr : found->second.string();
+                if (path && !trimmed(*path).empty())
+                    checkApplication(index, parameter.key, *path);
+            }
+    }
+
+    void checkApplication(std::size_t index, const std::string& key, const std::string& path) {
+        const auto [known, isNew] = whyNot_.try_emplace(path);
+        if (isNew)
+            known->second = surroundings_.whyNoApplication(path);
+        if (!known->second.empty())
+            findings_.addForItem(RuleID::missingApplication, index, {"action", "params", key},
+                                 localized("%1 opens %2, which is not on this machine: %3. Correct the path "
+                                           "or install the application.",
+                                           {config_.mention(index), quoteForMessage(path), known->second}));
     }
 
     const CheckedConfig& config_;
-    const std::vector<KnownAction> known_;
+    const CheckSurroundings& surroundings_;
     ConfigFindings& findings_;
+    std::map<std::string, Actions, std::less<>> plugins_;
+    std::map<std::string, std::string> whyNot_; ///< by path
 };
 
 } // namespace
 
 std::vector<KnownAction> builtInActions() {
+    using Parameter = KnownAction::Parameter;
+    using enum Parameter::Kind;
+    const std::vector<std::string> onWorkspaces{"workspace-name", "summon-workspace",
+                                                "move-node-to-workspace-name"};
+    const std::vector<std::string> onMonitors{"focus-monitor-pattern", "move-node-to-monitor-pattern",
+                                              "move-workspace-to-monitor-pattern"};
     return {
-        {core::application, "open", {{"path", true}, {"windowSelectionMode", false}}},
-        {core::shortcut, "press", {{"shortcut", true}, {"deliveryMode", false}}},
-        {core::shell, "run", {{"command", true}, {"openInTerminal", false}, {"terminalApplication", false}}},
-        {core::window, "arrange", {{"arrangement", true}}},
-        {core::aerospace, "run", {{"operation", true}, {"workspace", false}, {"monitorPattern", false}}},
-        {core::runningApps, "activate", {}}};
+        {core::application,
+         "open",
+         {{{.key = "path", .kind = application, .required = true},
+           {.key = "windowSelectionMode", .kind = choice, .choices = {"frontmost", "chooseWhenMultiple"}}}}},
+        {core::shortcut,
+         "press",
+         {{{.key = "shortcut", .kind = shortcut, .required = true},
+           {.key = "deliveryMode", .kind = choice, .choices = {"global", "local"}}}}},
+        {core::shell,
+         "run",
+         {{{.key = "command", .kind = text, .required = true},
+           {.key = "openInTerminal", .kind = boolean},
+           {.key = "terminalApplication", .kind = text}}}},
+        {core::window, "arrange", {{{.key = "arrangement", .kind = text, .required = true}}}},
+        {core::aerospace,
+         "run",
+         {{{.key = "operation", .kind = text, .defaultValue = "focus-left"},
+           {.key = "workspace",
+            .kind = text,
+            .required = true,
+            .dependsOn = "operation",
+            .shownWhen = onWorkspaces},
+           {.key = "monitorPattern",
+            .kind = text,
+            .required = true,
+            .dependsOn = "operation",
+            .shownWhen = onMonitors},
+           {.key = "arguments"}}}},
+        {core::runningApps,
+         "activate",
+         {{{.key = "application", .kind = text}, {.key = "useFullAlphabet", .kind = boolean}}}}};
 }
 
-void checkActions(const CheckedConfig& config, const std::vector<KnownAction>& known,
+void checkActions(const CheckedConfig& config, const CheckSurroundings& surroundings,
                   ConfigFindings& findings) {
-    ActionCheck(config, known, findings).run();
+    ActionCheck(config, surroundings, findings).run();
 }
 
 } // namespace varnel

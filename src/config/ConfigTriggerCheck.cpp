@@ -1,9 +1,11 @@
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "config/ConfigFindings.h"
 #include "keyboard/notation/KeyTokenCodec.h"
 
 #include <set>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace varnel {
 namespace {
@@ -14,19 +16,20 @@ constexpr KeyCode kCapsLockCode = 57, kFunctionCode = 63;
 /// Why no keyboard can produce this step, with the remedy; empty when one can.
 std::string whyNotTypable(const std::string& step) {
     if (trimmed(step).empty())
-        return "it is empty. Remove it.";
+        return localized("it is empty. Remove it.");
     if (KeyTokenCodec::isModifierOnly(step)) {
         if (modifierNamed(KeyTokenCodec::liveSpelling(step)))
             return {};
-        return "bare modifiers are tapped one at a time. Add a key to it or make each modifier a step.";
+        return localized(
+            "bare modifiers are tapped one at a time. Add a key to it or make each modifier a step.");
     }
     const auto parsed = KeyTokenCodec::parse(step);
     if (!parsed)
-        return KeyTokenCodec::explain(step) + ". Correct it.";
+        return localized("%1. Correct it.", {KeyTokenCodec::explain(step)});
     if (const auto modifier = modifierForKeyCode(parsed->keyCode))
-        return "it is a modifier key, which is written \"" + std::string(modifierName(*modifier)) + "\".";
+        return localized("it is a modifier key, which is written \"%1\".", {modifierName(*modifier)});
     if (parsed->keyCode == kCapsLockCode || parsed->keyCode == kFunctionCode)
-        return "this key is never seen as a key of its own. Use another one.";
+        return localized("this key is never seen as a key of its own. Use another one.");
     return {};
 }
 
@@ -48,29 +51,44 @@ public:
             checkSteps(index);
             checkEqual(index);
             notePassthrough(index);
+            noteGroups(index);
         }
-        for (std::size_t index = 0; index < config_.document.items.size(); ++index)
+        for (std::size_t index = 0; index < config_.document.items.size(); ++index) {
             checkReachable(index);
+            checkGroup(index);
+        }
     }
 
 private:
     void checkSteps(std::size_t index) {
         const std::vector<std::string>& keys = config_.item(index).keys;
         if (keys.empty())
-            findings_.addForItem("empty-keys", index, {"keys"},
-                                 "has no keys, so it can never be typed. Give it a trigger or remove it.");
-        for (std::size_t step = 0; step < keys.size(); ++step) {
-            const std::string reason = whyNotTypable(keys[step]);
-            if (!reason.empty())
-                findings_.addForItemAt("untypable-trigger", index, stepPath(index, step),
-                                       "can't be typed: step " + std::to_string(step + 1) + ", " +
-                                           quoteForMessage(keys[step]) + ": " + reason);
-            else if (step > 0 && live_[index][step] == "escape")
-                findings_.addForItemAt(
-                    "unreachable-trigger", index, stepPath(index, step),
-                    "can't be reached: \"escape\" closes an open sequence. Use another key for step " +
-                        std::to_string(step + 1) + ".");
-        }
+            findings_.addForItem(RuleID::emptyKeys, index, {"keys"},
+                                 localized("%1 has no keys, so it can never be typed. Give it a trigger or "
+                                           "remove it.",
+                                           {config_.mention(index)}));
+        for (std::size_t step = 0; step < keys.size(); ++step)
+            checkStep(index, step);
+    }
+
+    void checkStep(std::size_t index, std::size_t step) {
+        const std::string& token = config_.item(index).keys[step];
+        const std::string number = std::to_string(step + 1);
+        if (const std::string reason = whyNotTypable(token); !reason.empty())
+            findings_.addForItemAt(
+                RuleID::untypableTrigger, index, stepPath(index, step),
+                localized("%1 can't be typed: step %2, %3: %4",
+                          {config_.mention(index), number, quoteForMessage(token), reason}));
+        else if (step > 0 && live_[index][step] == "escape")
+            findings_.addForItemAt(RuleID::unreachableTrigger, index, stepPath(index, step),
+                                   localized("%1 can't be reached: \"escape\" closes an open sequence. Use "
+                                             "another key for step %2.",
+                                             {config_.mention(index), number}));
+        else if (const std::string canonical = canonicalStep(token); canonical != token)
+            findings_.addForItemAt(
+                RuleID::spelling, index, stepPath(index, step),
+                localized("%1 has the step %2, which is canonically spelled %3.",
+                          {config_.mention(index), quoteForMessage(token), quoteForMessage(canonical)}));
     }
 
     void checkEqual(std::size_t index) {
@@ -84,18 +102,23 @@ private:
         if (isNew)
             return;
         const ConfigItem& other = config_.item(known->second);
-        std::string message = "has the trigger " + shown(item.keys);
-        if (item.keys != other.keys)
-            message += ", typed like " + shown(other.keys) + ",";
-        message += " of " + config_.mention(known->second) + "; " + consequence(item, other) +
-                   " Change or remove one of them.";
-        findings_.addForItem("equal-trigger", index, {"keys"}, message);
+        const std::string mine = config_.mention(index), theirs = config_.mention(known->second);
+        const std::string message =
+            item.keys == other.keys
+                ? localized("%1 has the trigger %2, also bound by %3; %4 Change or remove one of them.",
+                            {mine, shown(item.keys), theirs, consequence(item, other)})
+                : localized("%1 has the trigger %2, typed like %3, also bound by %4; %5 Change or remove one "
+                            "of them.",
+                            {mine, shown(item.keys), shown(other.keys), theirs, consequence(item, other)});
+        findings_.addForItem(RuleID::equalTrigger, index, {"keys"}, message);
+        findings_.relate(known->second, "keys", localized("also bound by %1", {theirs}));
     }
 
-    static const char* consequence(const ConfigItem& item, const ConfigItem& other) {
+    static std::string consequence(const ConfigItem& item, const ConfigItem& other) {
         if (item.type != other.type)
-            return "the action runs and the group never opens.";
-        return item.type == ItemType::action ? "only the first enabled one runs." : "they are one group.";
+            return localized("the action runs and the group never opens.");
+        return item.type == ItemType::action ? localized("only the first enabled one runs.")
+                                             : localized("they are one group.");
     }
 
     void notePassthrough(std::size_t index) {
@@ -128,10 +151,14 @@ private:
             const auto earlier = completing_.find(prefix);
             if (earlier == completing_.end())
                 continue;
+            const std::size_t other = earlier->second;
             findings_.addForItem(
-                "unreachable-trigger", index, {"keys"},
-                "can't be reached: " + config_.mention(earlier->second) + " runs as soon as its trigger " +
-                    shown(config_.item(earlier->second).keys) + " is typed. Change one of the two triggers.");
+                RuleID::unreachableTrigger, index, {"keys"},
+                localized(
+                    "%1 can't be reached: %2 runs as soon as its trigger %3 is typed. Change one of the "
+                    "two triggers.",
+                    {config_.mention(index), config_.mention(other), shown(config_.item(other).keys)}));
+            findings_.relate(other, "keys", localized("%1 runs first", {config_.mention(other)}));
             return true;
         }
         return false;
@@ -145,11 +172,34 @@ private:
             return;
         const std::size_t group = found->second.group;
         findings_.addForItem(
-            "unreachable-trigger", index, {"keys"},
-            "can't be reached: the key " + quoteForMessage(steps[0]) + " passes through for " +
-                config_.mention(group) + ", and only " + shown({live_[group][0], live_[group][1]}) +
-                " goes on from there. Change the trigger, or let the key pass for a group of "
-                "its own.");
+            RuleID::unreachableTrigger, index, {"keys"},
+            localized(
+                "%1 can't be reached: the key %2 passes through for %3, and only %4 goes on from there. "
+                "Change the trigger, or let the key pass for a group of its own.",
+                {config_.mention(index), quoteForMessage(steps[0]), config_.mention(group),
+                 shown({live_[group][0], live_[group][1]})}));
+        findings_.relate(group, "keys", localized("%1 lets the key pass", {config_.mention(group)}));
+    }
+
+    void noteGroups(std::size_t index) {
+        std::string prefix;
+        const std::vector<std::string>& steps = live_[index];
+        for (std::size_t count = 1; count < steps.size(); ++count) {
+            prefix += count > 1 ? kStepSeparator : "";
+            prefix += steps[count - 1];
+            prefixes_.insert(prefix);
+        }
+    }
+
+    void checkGroup(std::size_t index) {
+        const ConfigItem& item = config_.item(index);
+        if (item.type != ItemType::group || !item.isEnabled || item.keys.empty() ||
+            prefixes_.contains(join(live_[index], kStepSeparator)))
+            return;
+        findings_.addForItem(RuleID::emptyGroup, index, {"keys"},
+                             localized("%1 is a group with nothing beneath it. Add an item whose keys begin "
+                                       "with %2, or remove the group.",
+                                       {config_.mention(index), shown(item.keys)}));
     }
 
     [[nodiscard]] JSONPath stepPath(std::size_t index, std::size_t step) const {
@@ -170,10 +220,19 @@ private:
     std::vector<std::vector<std::string>> live_;
     std::unordered_map<std::string, std::size_t> first_;        ///< trigger to the first item with it
     std::unordered_map<std::string, std::size_t> completing_;   ///< to the action that it runs
+    std::unordered_set<std::string> prefixes_;                  ///< what some item lies beneath
     std::unordered_map<std::string, Passthrough> passthroughs_; ///< by first step
 };
 
 } // namespace
+
+std::string canonicalStep(const std::string& step) {
+    if (KeyTokenCodec::isModifierOnly(step)) {
+        const std::string live = KeyTokenCodec::liveSpelling(step);
+        return modifierNamed(live) ? live : step;
+    }
+    return KeyTokenCodec::normalize(step).value_or(step);
+}
 
 void checkTriggers(const CheckedConfig& config, ConfigFindings& findings) {
     TriggerCheck(config, findings).run();

@@ -1,5 +1,5 @@
-#include "base/FilePreferenceStore.h"
 #include "base/PosixFileSystem.h"
+#include "base/SharedPreferences.h"
 #include "cli/ConfigInput.h"
 #include "cli/JSONLine.h"
 #include "config/ConfigCheck.h"
@@ -33,35 +33,8 @@ void printJSON(const std::vector<Diagnostic>& diagnostics, Console& console) {
     console.out.line(diagnostics.empty() ? "]" : "\n]");
 }
 
-/// The actions of the installed plugins, whether they may run or not.
-std::vector<KnownAction> pluginActions() {
-    RuntimePaths paths = RuntimePaths::fromEnvironment();
-    PosixFileSystem files;
-    FilePreferenceStore preferences(files, paths.preferences);
-    PluginManagerOptions options;
-    options.homeFolder = paths.home;
-    options.bundledPluginsURL = defaultBundledPluginsFolder(programFolder());
-    PluginManager manager(std::move(options), preferences, nullptr);
-    manager.reload();
-    std::vector<KnownAction> actions;
-    for (const auto& package : manager.registry()->descriptors)
-        for (const PluginActionDescriptor& action : package->manifest.actions) {
-            KnownAction known{package->manifest.id, action.id, {}};
-            for (const PluginFieldSchema& field : action.parametersSchema)
-                known.parameters.push_back({field.key, field.required && !field.defaultValue});
-            actions.push_back(std::move(known));
-        }
-    return actions;
-}
-
 std::vector<Diagnostic> findings(std::string_view text) {
-    std::vector<KnownAction> known = builtInActions();
-    std::vector<Diagnostic> found = checkDocument(text, known);
-    auto isUnknown = [](const Diagnostic& finding) { return finding.code == "unknown-action"; };
-    if (std::ranges::none_of(found, isUnknown))
-        return found;
-    std::ranges::move(pluginActions(), std::back_inserter(known));
-    return checkDocument(text, known);
+    return checkDocument(text, builtInActions());
 }
 
 int statusOf(const std::vector<Diagnostic>& diagnostics) {
@@ -79,7 +52,7 @@ int run(const VerbCall& call, Console& console) {
     if (!file) {
         console.complain(file.error());
         if (call.has("--json"))
-            printJSON({{Diagnostic::Severity::error, "unreadable", file.error(), "", {}, ""}}, console);
+            printJSON({makeDiagnostic(RuleID::unreadable, file.error(), "", {1, 1})}, console);
         return ExitStatus::failed;
     }
     std::vector<Diagnostic> diagnostics = findings(file->text);
