@@ -1,5 +1,6 @@
 #include "documents/BindingOutline.h"
 
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "config/ConfigHierarchyBuilder.h"
 #include "documents/ActionPhrase.h"
@@ -84,6 +85,8 @@ private:
                          node.fullKeys.end());
         row.name = shownName(node);
         row.phrase = actionPhrase(*node.item);
+        if (row.phrase == localized("Open %1", {row.name}))
+            row.phrase.clear();
         if (row.name.empty())
             row.name = std::exchange(row.phrase, {});
         row.isEnabled = node.item->isEnabled;

@@ -10,7 +10,7 @@ namespace varnel::CheatSheet {
 namespace {
 
 /// Longer tables may break between pages and columns, with their head repeated.
-constexpr std::size_t kRowsKeptTogether = 18;
+constexpr std::size_t kRowsKeptTogether = 12;
 
 constexpr std::string_view kStyle = R"(<style>
 :root{color-scheme:light dark;--ink:#16213d;--quiet:#5b6372;--line:#dfe3ea;--accent:#2d5bd0;--paper:#fff;--cap:#f6f7fa;--edge:#b9c0cd}
@@ -29,13 +29,14 @@ h2,h3,h4,h5,h6{display:flex;flex-wrap:wrap;align-items:center;gap:.2rem .6rem;ma
 h3,h4,h5,h6{font-size:1rem;border-bottom-width:1px}
 .of{color:var(--quiet);font-weight:normal}
 table{width:100%;border-collapse:collapse}
-thead{font-size:.75rem;color:var(--quiet)}
-th,td{padding:.28rem .6rem .28rem 0;text-align:start;vertical-align:baseline;font-weight:normal;overflow-wrap:anywhere}
-th:last-child,td:last-child{padding-inline-end:0}
-tbody tr{border-top:1px solid var(--line);break-inside:avoid}
-tbody th{width:1%;white-space:nowrap}
-tbody td:last-child{width:50%;color:var(--quiet);font-size:.87rem}
-.off td{text-decoration:line-through;opacity:.65}
+thead th{position:absolute;width:1px;height:1px;overflow:hidden;clip-path:inset(50%);white-space:nowrap}
+tbody th,td{padding:.3rem 0;text-align:start;vertical-align:baseline;font-weight:normal}
+tbody tr+tr{border-top:1px solid var(--line)}
+tbody tr{break-inside:avoid}
+tbody th{min-width:4.5rem;width:1%;padding-inline-end:.9rem;line-height:1.75}
+td{overflow-wrap:anywhere}
+.does{display:block;color:var(--quiet);font-size:.85em}
+.off .name,.off .does{text-decoration:line-through;opacity:.65}
 .off kbd{opacity:.5}
 .tag{font-size:.75rem;font-weight:normal;color:var(--quiet);border:1px solid var(--line);border-radius:.3rem;padding:0 .35rem;text-decoration:none;display:inline-block}
 kbd{display:inline-block;min-width:1.7em;padding:.05em .45em;border:1px solid var(--edge);border-bottom-width:2px;border-radius:.35em;background:var(--cap);color:var(--ink);font:600 .85em/1.45 system-ui,"Segoe UI","DejaVu Sans",sans-serif;text-align:center;white-space:nowrap;-webkit-print-color-adjust:exact;print-color-adjust:exact}
@@ -95,13 +96,18 @@ void writeHeading(std::string& out, const BindingSection& section, const std::st
 
 void writeTable(std::string& out, const std::vector<BindingRow>& rows, const std::string& headingID) {
     out += "<table aria-labelledby=\"" + headingID + "\">\n<thead><tr>";
-    for (const std::string& head : {localized("Keys"), localized("Name"), localized("What it does")})
+    for (const std::string& head : {localized("Keys"), localized("What it does")})
         out += "<th scope=\"col\">" + Markup::xml(head) + "</th>";
     out += "</tr></thead>\n<tbody>\n";
     for (const BindingRow& row : rows) {
         out += row.isEnabled ? "<tr>" : "<tr class=\"off\">";
-        out += "<th scope=\"row\">" + caps(row.steps) + "</th><td>" + safe(row.name) +
-               (row.isEnabled ? "" : tag(localized("off"))) + "</td><td>" + safe(row.phrase) + "</td></tr>\n";
+        out += "<th scope=\"row\">" + caps(row.steps) + "</th><td><span class=\"name\">" + safe(row.name) +
+               "</span>";
+        if (!row.isEnabled)
+            out += tag(localized("off"));
+        if (!row.phrase.empty())
+            out += " <span class=\"does\">" + safe(row.phrase) + "</span>";
+        out += "</td></tr>\n";
     }
     out += "</tbody>\n</table>\n";
 }

@@ -14,13 +14,14 @@
 namespace varnel {
 namespace {
 
-constexpr int kUnit = 66, kGap = 5, kMargin = 18;
+constexpr int kUnit = 72, kGap = 5, kMargin = 18;
 constexpr int kListColumns = 3, kListLine = 26;
 
 // Colours stand in classes, not in variables: converters to paper formats know no variables. Dark colours are
 // for screens only, since paper is white.
 constexpr std::string_view kStyle = R"(<style>
 .vk text{font-family:"DejaVu Sans","Segoe UI",system-ui,sans-serif;fill:#5b6372}
+.vk .paper{fill:#fff}
 .vk .key{fill:#fff;stroke:#c9ced8;stroke-width:1.2}
 .vk .on{fill:#eaf0ff;stroke:#2d5bd0;stroke-width:1.8}
 .vk .cap{font-size:14px}
@@ -31,12 +32,13 @@ constexpr std::string_view kStyle = R"(<style>
 .vk .runs{fill:#fff;stroke:#2d5bd0;stroke-width:1.2}
 .vk text.in-opens{fill:#fff}
 .vk text.in-runs{fill:#1d429f}
-.vk .mark{font-size:9.5px;font-weight:bold;text-anchor:middle}
+.vk .mark{text-anchor:middle}
 .vk .entry{font-size:13px;fill:#16213d}
 .vk .entry .keys{font-weight:bold}
 .vk .quiet{font-size:12px}
 @media screen and (prefers-color-scheme:dark){
 .vk text{fill:#a9b2c3}
+.vk .paper{fill:#1a1d24}
 .vk .key{fill:#242832;stroke:#4a5163}
 .vk .on{fill:#1f2c52;stroke:#7ea2ff}
 .vk .cap.set,.vk .name,.vk .entry{fill:#eef2fb}
@@ -128,28 +130,35 @@ private:
         const bool isKeypad = isOnKeypad(key.code) && cap.starts_with("Num ");
         text(isMarked ? "cap set" : "cap", x + 8, y + 19, isKeypad ? cap.substr(4) : cap);
         if (isMarked)
-            drawMarks(found->second, x + 6, y + 25, width - 12);
+            drawMarks(found->second, x + 5, y + 26, width - 10);
     }
 
     /// There is room for two lines: two marks, or one and what it stands for.
     void drawMarks(const std::vector<Mark>& marks, float x, float y, float width) {
         drawMark(marks[0], x, y, width);
         if (marks.size() == 1)
-            text("name", x + 1, y + 28, shownName(*marks[0].step, width));
+            text("name", x + 2, y + 30, shownName(*marks[0].step, width));
         else if (marks.size() == 2)
-            drawMark(marks[1], x, y + 17, width);
+            drawMark(marks[1], x, y + 19, width);
         else
-            text("name", x + 1, y + 28, localized("and %1 more", {std::to_string(marks.size() - 1)}));
+            text("name", x + 2, y + 30, localized("and %1 more", {std::to_string(marks.size() - 1)}));
     }
 
+    /// Long marks get smaller letters. How wide a letter is depends on the reader's fonts; this is generous.
     void drawMark(const Mark& mark, float x, float y, float limit) {
-        const float width = std::min(limit, 10 + 6.4F * static_cast<float>(mark.text.size()));
-        rectangle(mark.step->opens ? "opens" : "runs", x, y, width, 14, 4);
-        text(mark.step->opens ? "mark in-opens" : "mark in-runs", x + width / 2, y + 10.5F, mark.text);
+        constexpr float letter = 0.64F, largest = 9.5F, padding = 8;
+        const float letters = letter * static_cast<float>(mark.text.size());
+        const float size = std::min(largest, (limit - padding) / letters);
+        const float width = letters * size + padding;
+        const bool opens = mark.step->opens;
+        rectangle(opens ? "opens" : "runs", x, y, width, 15, 4);
+        out_ += "<text class=\"mark " + std::string(opens ? "in-opens" : "in-runs") + "\" font-size=\"" +
+                number(size) + "\" x=\"" + number(x + width / 2) + "\" y=\"" + number(y + 11) + "\">" +
+                Markup::xml(mark.text) + "</text>\n";
     }
 
     static std::string shownName(const FirstStep& step, float width) {
-        return Markup::shortened(step.name, static_cast<std::size_t>(width / 5.8F));
+        return Markup::shortened(step.name, static_cast<std::size_t>(width / 5.6F));
     }
 
     void drawLegend(int y) {
@@ -228,7 +237,10 @@ private:
             out += " width=\"" + w + "\" height=\"" + h + "\"";
         out += ">\n<title id=\"vk-title\">" + Markup::xml(localized("Keys that begin bindings")) +
                "</title>\n<desc id=\"vk-desc\">" + Markup::xml(description()) + "</desc>\n";
-        return (out += kStyle) += out_ + "</svg>\n";
+        out += kStyle;
+        if (isStandalone)
+            out += "<rect class=\"paper\" width=\"" + w + "\" height=\"" + h + "\"/>\n";
+        return out + out_ + "</svg>\n";
     }
 
     const BindingOutline& outline_;
