@@ -1,3 +1,4 @@
+#include "base/Localized.h"
 #include "capabilities/running-apps/ApplicationSwitching.h"
 #include "capabilities/support/Capability.h"
 
@@ -15,7 +16,7 @@ Response list() {
     if (!applications)
         return Response::failure(applications.error());
     if (applications->empty())
-        return {true, "No application has a window."};
+        return {true, localized("No application has a window.")};
     std::vector<std::string> names;
     for (const RunningApplication& application : *applications)
         names.push_back(application.windows.size() == 1
@@ -41,14 +42,14 @@ Response activate(const Request& request) {
                 if (window.id == number)
                     target = &window;
         if (!target)
-            return Response::failure("The window no longer exists.");
+            return Response::failure(localized("The window no longer exists."));
     } else {
         const std::string name = choice.empty() ? request.text("application") : choice;
         if (name.empty())
-            return Response::failure("No application was chosen.");
+            return Response::failure(localized("No application was chosen."));
         const RunningApplication* application = findApplication(*applications, name);
         if (!application)
-            return Response::failure("'" + name + "' is not running.");
+            return Response::failure(localized("'%1' is not running.", {name}));
         target = &application->windows.front();
     }
     if (const auto done = bringForward(*target); !done)
@@ -64,6 +65,6 @@ int main(int argc, char** argv) {
             return activate(request);
         if (request.actionID == "list")
             return list();
-        return Response::failure("There is no action '" + request.actionID + "'.");
+        return Response::failure(localized("There is no action '%1'.", {request.actionID}));
     });
 }

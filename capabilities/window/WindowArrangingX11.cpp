@@ -1,4 +1,5 @@
 #include "activation/x11/XcbDesktop.h"
+#include "base/Localized.h"
 #include "capabilities/window/WindowArranging.h"
 
 namespace varnel::capability {
@@ -26,7 +27,7 @@ std::expected<void, std::string> arrangeFrontWindow(WindowArrangement arrangemen
         return std::unexpected(desktop.error().message);
     const std::optional<DesktopWindow> front = (*desktop)->frontWindow();
     if (!front || front->layer != 0)
-        return std::unexpected("There is no window in front to arrange.");
+        return std::unexpected(localized("There is no window in front to arrange."));
     auto geometry = (*desktop)->geometry(front->id);
     if (!geometry)
         return std::unexpected(geometry.error().message);

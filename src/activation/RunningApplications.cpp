@@ -1,5 +1,6 @@
 #include "activation/RunningApplications.h"
 
+#include "base/Localized.h"
 #include "base/Text.h"
 
 #include <algorithm>
@@ -68,15 +69,15 @@ std::string windowTitle(const RunningWindow& window) {
     std::string title = singleLine(window.title, kTitleLimit);
     if (!trimmed(title).empty())
         return title;
-    return window.applicationName.empty() ? "Untitled window" : window.applicationName;
+    return window.applicationName.empty() ? localized("Untitled window") : window.applicationName;
 }
 
 std::string windowPlace(const RunningWindow& window) {
     std::vector<std::string> parts;
     if (!window.isOnCurrentDesktop && window.desktop)
-        parts.push_back("Desktop " + std::to_string(*window.desktop + 1));
+        parts.push_back(localized("Desktop %1", {std::to_string(*window.desktop + 1)}));
     if (window.isMinimized)
-        parts.emplace_back("minimised");
+        parts.push_back(localized("minimised"));
     return join(parts, ", ");
 }
 

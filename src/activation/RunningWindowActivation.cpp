@@ -1,5 +1,7 @@
 #include "activation/RunningWindowActivation.h"
 
+#include "base/Localized.h"
+
 #include <string>
 
 namespace varnel {
@@ -10,7 +12,7 @@ std::string text(bool value) {
 }
 
 std::string applicationOf(const RunningWindow& window) {
-    return window.applicationName.empty() ? "The application" : window.applicationName;
+    return window.applicationName.empty() ? localized("The application") : window.applicationName;
 }
 
 } // namespace
@@ -19,7 +21,7 @@ std::expected<void, WindowError> RunningWindowActivation::activate(const Running
     trace("windowActivation.start pid=" + std::to_string(window.process) +
           " windowNumber=" + std::to_string(window.id));
     auto result = window.process == ownProcess_
-                      ? std::unexpected(WindowError{"Varnel's own windows cannot be chosen."})
+                      ? std::unexpected(WindowError{localized("Varnel's own windows cannot be chosen.")})
                       : attempt(window);
     trace("windowActivation.finish=" + text(result.has_value()) +
           (result ? std::string() : " reason=" + result.error().message));
@@ -34,7 +36,7 @@ std::expected<void, WindowError> RunningWindowActivation::attempt(const RunningW
     if (!elements) {
         if (wasFocusedPrivately && isFrontmost)
             return {};
-        return std::unexpected(WindowError{"The window no longer exists."});
+        return std::unexpected(WindowError{localized("The window no longer exists.")});
     }
     const WindowFocusOutcome outcome =
         focusing_.focus({.process = window.process,
@@ -45,9 +47,10 @@ std::expected<void, WindowError> RunningWindowActivation::attempt(const RunningW
     if (outcome.succeeded)
         return {};
     if (!outcome.targetFrontmost)
-        return std::unexpected(WindowError{applicationOf(window) + " could not be brought to the front."});
-    return std::unexpected(
-        WindowError{applicationOf(window) + " is in front, but did not bring the chosen window forward."});
+        return std::unexpected(
+            WindowError{localized("%1 could not be brought to the front.", {applicationOf(window)})});
+    return std::unexpected(WindowError{
+        localized("%1 is in front, but did not bring the chosen window forward.", {applicationOf(window)})});
 }
 
 bool RunningWindowActivation::focusPrivately(const RunningWindow& window) {

@@ -1,6 +1,7 @@
 #include "runtime/WindowChoiceResolvers.h"
 
 #include "activation/RunningApplications.h"
+#include "base/Localized.h"
 #include "keyboard/notation/ChoiceLabels.h"
 
 #include <algorithm>
@@ -45,9 +46,8 @@ public:
         EventLoop& loop = surroundings_.loop;
         surroundings_.executor.submit([this, item, answer = std::move(answer), isWanted, &loop] {
             WindowServices* services = surroundings_.services();
-            auto list = services
-                            ? make_(*services, item)
-                            : std::unexpected(std::string("The windows of this system cannot be listed."));
+            auto list = services ? make_(*services, item)
+                                 : std::unexpected(localized("The windows of this system cannot be listed."));
             loop.post([answer, isWanted, list = std::move(list)]() mutable {
                 if (*isWanted)
                     answer(std::move(list));
@@ -68,7 +68,7 @@ std::expected<DynamicChoiceList, std::string> WindowChoices::make(WindowServices
                                                                   const ConfigItem& item) {
     const auto path = applicationPathForWindowChoice(item);
     if (!path)
-        return std::unexpected("The item opens no application.");
+        return std::unexpected(localized("The item opens no application."));
     const auto windows = services.windows();
     if (!windows)
         return std::unexpected(windows.error().message);
@@ -113,13 +113,13 @@ std::expected<DynamicChoiceList, std::string> RunningApplicationChoices::make(Wi
         choice.id = application.id;
         choice.title = application.name;
         choice.detail = application.windows.size() > 1
-                            ? std::to_string(application.windows.size()) + " windows"
+                            ? localized("%1 windows", {std::to_string(application.windows.size())})
                             : windowPlace(application.windows.front());
         choice.isRunningApplication = true;
         list.choices.push_back(std::move(choice));
     }
     if (list.choices.empty())
-        return std::unexpected("No application has a window.");
+        return std::unexpected(localized("No application has a window."));
     setLabels(list, labels_, item);
     return list;
 }

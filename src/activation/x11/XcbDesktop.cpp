@@ -1,6 +1,7 @@
 #include "activation/x11/XcbDesktop.h"
 
 #include "activation/x11/XcbDesktopState.h"
+#include "base/Localized.h"
 #include "base/Text.h"
 
 #include <poll.h>
@@ -39,7 +40,7 @@ std::string titleText(std::string_view utf8, std::string_view old) {
 std::expected<std::unique_ptr<XcbDesktop>, WindowError> XcbDesktop::connect(const std::string& display) {
     auto connection = XcbConnection::open(display);
     if (!connection)
-        return std::unexpected(WindowError{"The X display cannot be reached."});
+        return std::unexpected(WindowError{localized("The X display cannot be reached.")});
     return std::unique_ptr<XcbDesktop>(new XcbDesktop(std::make_unique<State>(std::move(connection))));
 }
 
@@ -144,8 +145,8 @@ void XcbDesktop::State::changeState(WindowNumber window, bool add, XcbAtom first
 
 WindowError XcbDesktop::State::gone() const {
     if (connection->isBroken())
-        return {"The connection to the X server was lost."};
-    return {"The window no longer exists."};
+        return {localized("The connection to the X server was lost.")};
+    return {localized("The window no longer exists.")};
 }
 
 bool waitUntil(std::mutex& mutex, const XcbConnection& connection, const std::function<bool()>& condition) {
@@ -321,7 +322,8 @@ std::expected<void, WindowError> XcbDesktop::activate(WindowNumber window, Wait 
     const std::lock_guard lock(state.mutex);
     if (!state.exists(window))
         return std::unexpected(state.gone());
-    return std::unexpected(WindowError{"The window manager did not bring the window to the front."});
+    return std::unexpected(
+        WindowError{localized("The window manager did not bring the window to the front.")});
 }
 
 std::expected<void, WindowError> XcbDesktop::unminimize(WindowNumber window) {
@@ -340,11 +342,13 @@ std::expected<void, WindowError> XcbDesktop::unminimize(WindowNumber window) {
         const std::optional<std::uint32_t> current = state.cache.currentDesktop();
         if (current && !desktop.empty() && desktop[0] != kAllDesktops && desktop[0] != *current &&
             state.isMinimized(window))
-            return std::unexpected(WindowError{"The window is on another desktop and has to be activated."});
+            return std::unexpected(
+                WindowError{localized("The window is on another desktop and has to be activated.")});
     }
     if (waitUntil(state.mutex, *state.connection, [&] { return !state.isMinimized(window); }))
         return {};
-    return std::unexpected(WindowError{"The window manager did not take the window out of minimisation."});
+    return std::unexpected(
+        WindowError{localized("The window manager did not take the window out of minimisation.")});
 }
 
 std::expected<void, WindowError> XcbDesktop::minimize(WindowNumber window) {
@@ -359,7 +363,7 @@ std::expected<void, WindowError> XcbDesktop::minimize(WindowNumber window) {
     }
     if (waitUntil(state.mutex, *state.connection, [&] { return state.isMinimized(window); }))
         return {};
-    return std::unexpected(WindowError{"The window manager did not minimise the window."});
+    return std::unexpected(WindowError{localized("The window manager did not minimise the window.")});
 }
 
 std::expected<void, WindowError> XcbDesktop::raise(WindowNumber window) {

@@ -1,5 +1,6 @@
 #include "activation/x11/XcbDesktop.h"
 #include "activation/x11/XcbDesktopState.h"
+#include "base/Localized.h"
 
 #include <xcb/randr.h>
 
@@ -153,8 +154,9 @@ std::expected<void, WindowError> XcbDesktop::setMaximized(WindowNumber window, b
     };
     if (waitUntil(state.mutex, *state.connection, isDone))
         return {};
-    return std::unexpected(WindowError{maximized ? "The window manager did not maximise the window."
-                                                 : "The window manager kept the window maximised."});
+    return std::unexpected(WindowError{maximized
+                                           ? localized("The window manager did not maximise the window.")
+                                           : localized("The window manager kept the window maximised.")});
 }
 
 std::expected<void, WindowError> XcbDesktop::setFrame(WindowNumber window, const Rectangle& frame) {
