@@ -5,6 +5,7 @@
 #include "base/Uuid.h"
 
 #include <cerrno>
+#include <memory>
 #include <utility>
 
 namespace varnel {
@@ -22,6 +23,27 @@ std::expected<void, std::string> FilePreferenceStore::reload() {
     const std::lock_guard lock(valuesMutex_);
     values_ = *std::move(values);
     return {};
+}
+
+Subscription FilePreferenceStore::watch(FileEventSource& events, Reloaded reloaded) {
+    struct Watch {
+        Subscription folder, file;
+    };
+    auto watch = std::make_shared<Watch>();
+    if (!files_.makeFolders(parentPath(path_)))
+        return {};
+    auto changed = [this, reloaded = std::move(reloaded)](FileEvent) { reloaded(reload()); };
+    auto watchFile = [this, &events, changed, held = std::weak_ptr(watch)] {
+        if (auto kept = held.lock())
+            kept->file = events.watch(path_, changed);
+    };
+    // Most programs replace the file, which is an event of the folder only.
+    watch->folder = events.watch(parentPath(path_), [watchFile, changed](FileEvent event) {
+        watchFile();
+        changed(event);
+    });
+    watchFile();
+    return Subscription([watch]() mutable { watch.reset(); });
 }
 
 std::optional<JSONValue> FilePreferenceStore::value(std::string_view key) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,9 @@ public:
 private:
     bool debug_;
 };
+
+/// Where the system that this build is for expects diagnostics.
+std::unique_ptr<LogSink> makeSystemLog();
 
 /// The categories in use.
 inline constexpr std::string_view kActivationLog = "ApplicationActivation";

@@ -1,7 +1,7 @@
 #include "cli/ConfigInput.h"
 
-#include "base/FilePreferenceStore.h"
 #include "base/PosixFileSystem.h"
+#include "base/SharedPreferences.h"
 #include "config/ConfigDocument.h"
 #include "config/LocalConfigStorageProvider.h"
 #include "runtime/RuntimePaths.h"
@@ -13,10 +13,10 @@ namespace {
 std::expected<std::string, std::string> activeConfigPath() {
     RuntimePaths paths = RuntimePaths::fromEnvironment();
     PosixFileSystem files;
-    FilePreferenceStore preferences(files, paths.preferences);
-    if (auto loaded = preferences.reload(); !loaded)
+    const auto preferences = openSystemPreferences(files, paths.preferences);
+    if (auto loaded = preferences->reload(); !loaded)
         return std::unexpected(loaded.error());
-    return locateConfigFile(files, preferences, paths.home);
+    return locateConfigFile(files, *preferences, paths.home);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "runtime/Application.h"
 
+#include "base/Localized.h"
 #include "config/LocalConfigStorageProvider.h"
 #include "keyboard/TimingPreferences.h"
 #include "runtime/ControlRequests.h"
@@ -39,7 +40,8 @@ Application::Application(EventLoop& loop, ApplicationOptions options, PlatformMa
     : loop_(loop)
     , options_(std::move(options))
     , makePlatform_(std::move(makePlatform))
-    , preferences_(files_, options_.paths.preferences) {}
+    , log_(makeSystemLog())
+    , preferences_(openSystemPreferences(files_, options_.paths.preferences)) {}
 
 Application::~Application() {
     if (hotkeys_)
@@ -58,11 +60,11 @@ std::expected<void, std::string> Application::start() {
     signals_ = std::make_unique<SignalWatch>(loop_, [this](int signal) { signalReceived(signal); });
     if (auto opened = openControlSocket(); !opened)
         return opened;
-    if (auto loaded = preferences_.reload(); !loaded)
-        log_.write(LogLevel::error, "Preferences", loaded.error());
+    if (auto loaded = preferences_->reload(); !loaded)
+        log_->write(LogLevel::error, "Preferences", loaded.error());
     pluginPreferences_ = readPluginPreferences();
     platform_ = makePlatform_({.loop = loop_,
-                               .log = log_,
+                               .log = *log_,
                                .displayName = {},
                                .programFolder = options_.programFolder,
                                .onConnectionLost = [this] { connectionLost(); },
@@ -87,7 +89,7 @@ std::expected<void, std::string> Application::openControlSocket() {
     } else if (opened.error().kind == ControlServerError::Kind::alreadyRunning) {
         return std::unexpected(opened.error().message);
     } else {
-        log_.write(LogLevel::error, "Control", opened.error().message);
+        log_->write(LogLevel::error, "Control", opened.error().message);
     }
     return {};
 }
@@ -102,14 +104,14 @@ void Application::buildPlugins() {
     options.frontmostApplication = [this] { return platform_->frontmostApplication(); };
     plugins_ = std::make_unique<PluginServices>(
         std::move(options), PluginServices::Surroundings{.loop = loop_,
-                                                         .preferences = preferences_,
-                                                         .log = log_,
+                                                         .preferences = *preferences_,
+                                                         .log = *log_,
                                                          .isTestHost = runsUnderTestHarness(environ)});
 }
 
 std::expected<void, std::string> Application::openConfiguration() {
     const std::string& home = options_.paths.home;
-    auto storage = LocalConfigStorageProvider::locate({files_, preferences_, home, temporaryFolder()},
+    auto storage = LocalConfigStorageProvider::locate({files_, *preferences_, home, temporaryFolder()},
                                                       options_.configPath);
     if (!storage)
         return std::unexpected(describe(storage.error()));
@@ -126,8 +128,13 @@ std::expected<void, std::string> Application::openConfiguration() {
             },
         .startProgram = [this](const std::vector<std::string>& argv) { platform_->startProgram(argv); }};
     config_ = std::make_unique<ConfigManager>(std::move(environment), std::move(*storage));
-    preferenceWatch_ = std::make_unique<PreferenceWatch>(files_, platform_->fileEvents(), preferences_, log_,
-                                                         [this] { preferencesChanged(); });
+    subscriptions_.push_back(preferences_->watch(
+        platform_->fileEvents(), [this](const std::expected<void, std::string>& reloaded) {
+            if (reloaded)
+                preferencesChanged();
+            else
+                log_->write(LogLevel::error, "Preferences", reloaded.error());
+        }));
     return {};
 }
 
@@ -136,16 +143,20 @@ void Application::buildEngine() {
     commandQueue_ = std::make_unique<SerialQueue>(kCommandQueueLabel);
     commandExecutor_ = std::make_unique<CommandExecutor>(*commandFactory_, *commandQueue_, loop_);
     monitorFactory_ = std::make_unique<KeyboardMonitorFactory>(
-        loop_, platform_->eventTaps(), [this] { return modifierTapThreshold(preferences_); });
+        loop_, platform_->eventTaps(), [this] { return modifierTapThreshold(*preferences_); });
     addChoiceResolvers();
     hotkeys_ = std::make_unique<HotkeyManager>(HotkeyManagerDependencies{
         .loop = loop_,
         .keyboardMonitorFactory = *monitorFactory_,
-        .timings = sequenceTimings(preferences_),
+        .timings = sequenceTimings(*preferences_),
         .commandExecutor = *commandExecutor_,
         .currentConfigPath = [this] { return config_->currentConfigPath(); },
         .pluginSettings = [this]() -> const PluginSettings& { return config_->pluginSettings(); },
-        .isAccessibilityTrusted = [this] { return platform_->captureError().empty(); },
+        .isAccessibilityTrusted =
+            [this] {
+                Permissions* permissions = platform_->permissions();
+                return permissions ? permissions->isTrusted() : platform_->captureError().empty();
+            },
         .writeDiagnostic = printDiagnostic,
         .applicationStatusResolver = {},
         .dynamicChoiceRegistry = &choices_,
@@ -178,8 +189,20 @@ void Application::addChoiceResolvers() {
 bool Application::captureKeyboard() {
     if (hotkeys_->isGlobalOn() || hotkeys_->startGlobalMonitoring())
         return true;
-    log_.write(LogLevel::error, "Keyboard", "Keys cannot be captured: " + platform_->captureError());
+    log_->write(LogLevel::error, "Keyboard",
+                localized("Keys cannot be captured: %1", {platform_->captureError()}));
+    awaitPermission();
     return false;
+}
+
+/// A tap made without the permission stays dead after it was given: it has to be made again.
+void Application::awaitPermission() {
+    Permissions* permissions = platform_->permissions();
+    if (!permissions)
+        return;
+    permissions->request();
+    if (!permissions->isTrusted())
+        permissions->whenTrusted([this] { captureKeyboard(); });
 }
 
 Subscription Application::observeTrouble(std::function<void()> observer) {
@@ -210,8 +233,8 @@ void Application::preferencesChanged() {
 }
 
 JSONValue::Array Application::readPluginPreferences() const {
-    return {preferences_.value("pluginTrustRecords").value_or(nullptr),
-            preferences_.value("pluginDisabledKeys").value_or(nullptr)};
+    return {preferences_->value("pluginTrustRecords").value_or(nullptr),
+            preferences_->value("pluginDisabledKeys").value_or(nullptr)};
 }
 
 void Application::reload() {

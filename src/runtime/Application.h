@@ -1,10 +1,10 @@
 #pragma once
 
-#include "base/FilePreferenceStore.h"
 #include "base/Log.h"
 #include "base/LoopTasks.h"
 #include "base/PosixFileSystem.h"
 #include "base/SerialQueue.h"
+#include "base/SharedPreferences.h"
 #include "commands/CommandExecutor.h"
 #include "commands/CommandFactory.h"
 #include "config/ConfigManager.h"
@@ -13,7 +13,6 @@
 #include "runtime/ControlServer.h"
 #include "runtime/Platform.h"
 #include "runtime/PluginServices.h"
-#include "runtime/PreferenceWatch.h"
 #include "runtime/RuntimePaths.h"
 #include "runtime/SignalWatch.h"
 
@@ -77,8 +76,10 @@ public:
     [[nodiscard]] HotkeyManager& hotkeys() { return *hotkeys_; }
     [[nodiscard]] ConfigManager& config() { return *config_; }
     [[nodiscard]] PluginServices& plugins() { return *plugins_; }
-    [[nodiscard]] PreferenceStore& preferences() { return preferences_; }
-    [[nodiscard]] LogSink& log() { return log_; }
+    [[nodiscard]] PreferenceStore& preferences() { return *preferences_; }
+    /// What the user must allow; null where nothing has to be, and before `start`.
+    [[nodiscard]] Permissions* permissions() { return platform_ ? platform_->permissions() : nullptr; }
+    [[nodiscard]] LogSink& log() { return *log_; }
     [[nodiscard]] const ApplicationOptions& options() const { return options_; }
 
 private:
@@ -87,6 +88,7 @@ private:
     void buildPlugins();
     void buildEngine();
     void addChoiceResolvers();
+    void awaitPermission();
     void settleSoon();
     void preferencesChanged();
     [[nodiscard]] JSONValue::Array readPluginPreferences() const;
@@ -96,9 +98,9 @@ private:
     EventLoop& loop_;
     ApplicationOptions options_;
     PlatformMaker makePlatform_;
-    StandardErrorLog log_;
+    std::unique_ptr<LogSink> log_;
     PosixFileSystem files_;
-    FilePreferenceStore preferences_;
+    std::unique_ptr<SharedPreferences> preferences_;
     std::unique_ptr<SignalWatch> signals_;
     std::unique_ptr<ControlServer> controlServer_;
     std::unique_ptr<Platform> platform_;
@@ -109,7 +111,6 @@ private:
     std::unique_ptr<SerialQueue> windowQueue_; ///< where choices among windows are looked for
     DynamicChoiceRegistry choices_;
     std::unique_ptr<ConfigManager> config_;
-    std::unique_ptr<PreferenceWatch> preferenceWatch_;
     std::unique_ptr<KeyboardMonitorFactory> monitorFactory_;
     std::unique_ptr<HotkeyManager> hotkeys_;
     std::vector<Subscription> subscriptions_;

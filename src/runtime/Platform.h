@@ -6,6 +6,7 @@
 #include "base/SerialQueue.h"
 #include "commands/CommandFactory.h"
 #include "keyboard/KeyboardMonitoring.h"
+#include "runtime/Permissions.h"
 #include "runtime/WindowServices.h"
 
 #include <functional>
@@ -25,6 +26,8 @@ public:
     virtual KeyboardEventTapSessionCreating& eventTaps() = 0;
     /// Why the last tap was refused, as a sentence; empty when none was.
     [[nodiscard]] virtual std::string captureError() const = 0;
+    /// What the user must allow before keys can be captured; null where nothing has to be.
+    virtual Permissions* permissions() { return nullptr; }
     virtual FileEventSource& fileEvents() = 0;
     /// What commands work with. They use it on the command queue, which must have ended before the platform
     /// is destroyed.

@@ -31,6 +31,7 @@ TEST(Preferences, AreReadAsTheKindThatIsAskedFor) {
 TEST(CoreFoundationPreferenceStore, KeepsOnlyWhatTheSystemCanKeep) {
     JSONValue::Object kept;
     bool canSynchronize = true;
+    int announced = 0;
     CoreFoundationPreferenceStore store(
         {.copyValue =
              [&](const std::string& key) {
@@ -44,7 +45,11 @@ TEST(CoreFoundationPreferenceStore, KeepsOnlyWhatTheSystemCanKeep) {
                  else
                      kept.erase(key);
              },
-         .synchronize = [&] { return canSynchronize; }});
+         .synchronize = [&] { return canSynchronize; },
+         .announceChange = [&] { ++announced; },
+         .startWatching = {},
+         .stopWatching = {},
+         .domain = {}});
     EXPECT_TRUE(store.setValue("list", JSONValue::Array{1, "a", JSONValue::Object{{"b", true}}}));
     for (const JSONValue& value :
          {JSONValue(), JSONValue(JSONValue::Array{1, nullptr}), JSONValue(JSONValue::Object{{"a", nullptr}})})
@@ -56,6 +61,7 @@ TEST(CoreFoundationPreferenceStore, KeepsOnlyWhatTheSystemCanKeep) {
     canSynchronize = true;
     EXPECT_TRUE(store.setValue("list", std::nullopt));
     EXPECT_EQ(store.value("list"), std::nullopt);
+    EXPECT_EQ(announced, 2) << "once for each change that was kept";
 }
 
 /// The real file system, of which one call can be made to fail.
@@ -95,14 +101,14 @@ TEST_F(FilePreferenceStoreTest, KeepsValuesInTheFile) {
     EXPECT_TRUE(store.setValue("gone", std::nullopt));
     EXPECT_EQ(content(), "{\n  \"a\" : [\n    \"x\",\n    null\n  ],\n  \"b\" : 2\n}");
     EXPECT_EQ(entries(), 1U);
-    FilePreferenceStore other(files, store.path());
+    FilePreferenceStore other(files, store.place());
     EXPECT_EQ(other.value("b"), std::nullopt);
     EXPECT_TRUE(other.reload());
     EXPECT_EQ(other.value("b"), JSONValue(2));
 }
 
 TEST_F(FilePreferenceStoreTest, KeepsWhatAnotherProgramChanged) {
-    FilePreferenceStore other(files, store.path());
+    FilePreferenceStore other(files, store.place());
     EXPECT_TRUE(store.setValue("mine", 1));
     EXPECT_TRUE(other.setValue("theirs", 2));
     EXPECT_EQ(store.value("theirs"), std::nullopt);
@@ -117,15 +123,15 @@ TEST_F(FilePreferenceStoreTest, NeverOverwritesADamagedFile) {
         folder.write("state/preferences.json", damage);
         const auto reloaded = store.reload();
         ASSERT_FALSE(reloaded);
-        EXPECT_NE(reloaded.error().find(store.path()), std::string::npos);
+        EXPECT_NE(reloaded.error().find(store.place()), std::string::npos);
         EXPECT_EQ(content(), damage);
         EXPECT_EQ(store.value("kept"), JSONValue(1));
         EXPECT_TRUE(store.setValue("new", 2));
         EXPECT_EQ(content(), "{\n  \"kept\" : 1,\n  \"new\" : 2\n}");
     }
-    EXPECT_EQ(files.readFile(store.path() + ".damaged").value(), "{\"kept\":");
-    EXPECT_EQ(files.readFile(store.path() + ".damaged-2").value(), "[1]");
-    EXPECT_EQ(files.readFile(store.path() + ".damaged-3").value(), "");
+    EXPECT_EQ(files.readFile(store.place() + ".damaged").value(), "{\"kept\":");
+    EXPECT_EQ(files.readFile(store.place() + ".damaged-2").value(), "[1]");
+    EXPECT_EQ(files.readFile(store.place() + ".damaged-3").value(), "");
 }
 
 TEST_F(FilePreferenceStoreTest, ChangesNothingWhenACallFails) {

@@ -1,5 +1,5 @@
-#include "base/FilePreferenceStore.h"
 #include "base/PosixFileSystem.h"
+#include "base/SharedPreferences.h"
 #include "cli/AbsolutePath.h"
 #include "cli/ConfigInput.h"
 #include "config/ConfigDocument.h"
@@ -21,8 +21,8 @@ std::string temporaryFolder() {
 std::expected<void, std::string> save(const std::string& path, const std::string& canonical) {
     RuntimePaths paths = RuntimePaths::fromEnvironment();
     PosixFileSystem files;
-    FilePreferenceStore preferences(files, paths.preferences);
-    auto storage = LocalConfigStorageProvider::locate({files, preferences, paths.home, temporaryFolder()},
+    const auto preferences = openSystemPreferences(files, paths.preferences);
+    auto storage = LocalConfigStorageProvider::locate({files, *preferences, paths.home, temporaryFolder()},
                                                       absolutePath(path));
     if (!storage)
         return std::unexpected(describe(storage.error()));

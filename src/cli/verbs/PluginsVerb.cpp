@@ -1,6 +1,6 @@
-#include "base/FilePreferenceStore.h"
 #include "base/JSONReader.h"
 #include "base/PosixFileSystem.h"
+#include "base/SharedPreferences.h"
 #include "base/Text.h"
 #include "cli/AbsolutePath.h"
 #include "cli/ConfigInput.h"
@@ -37,9 +37,9 @@ class Capabilities {
 public:
     explicit Capabilities(const VerbCall& call)
         : paths_(RuntimePaths::fromEnvironment())
-        , preferences_(files_, paths_.preferences) {
+        , preferences_(openSystemPreferences(files_, paths_.preferences)) {
         // What cannot be read counts as empty; writing then reports it.
-        (void)preferences_.reload();
+        (void)preferences_->reload();
         PluginManagerOptions options;
         options.homeFolder = paths_.home;
         options.bundledPluginsURL = defaultBundledPluginsFolder(programFolder());
@@ -47,7 +47,7 @@ public:
             options.bundledPluginsURL = absolutePath(*folder);
         if (auto folder = call.value(kUserPluginsOption.name))
             options.userPluginsURL = absolutePath(*folder);
-        manager_ = std::make_unique<PluginManager>(std::move(options), preferences_, nullptr);
+        manager_ = std::make_unique<PluginManager>(std::move(options), *preferences_, nullptr);
         manager_->reload();
     }
 
@@ -82,7 +82,7 @@ public:
 private:
     PosixFileSystem files_;
     RuntimePaths paths_;
-    FilePreferenceStore preferences_;
+    std::unique_ptr<SharedPreferences> preferences_;
     std::unique_ptr<PluginManager> manager_;
 };
 

@@ -1,3 +1,4 @@
+#include "base/Localized.h"
 #include "base/PosixFileSystem.h"
 #include "base/macos/SystemTables.h"
 #include "commands/ApplicationActivationCoordinator.h"
@@ -5,6 +6,7 @@
 #include "keyboard/macos/SystemEventTaps.h"
 #include "runtime/Platform.h"
 #include "runtime/macos/MacWindowServices.h"
+#include "runtime/macos/SystemPermissions.h"
 
 #include <spawn.h>
 #include <sys/wait.h>
@@ -37,6 +39,7 @@ class MacPlatform final : public Platform {
 public:
     explicit MacPlatform(PlatformSurroundings surroundings)
         : log_(surroundings.log)
+        , permissions_(systemPermissions(), surroundings.loop)
         , fileEvents_(surroundings.loop, systemVnodes())
         , workspace_(systemWorkspace())
         , launcher_(workspace_)
@@ -45,10 +48,11 @@ public:
 
     KeyboardEventTapSessionCreating& eventTaps() override { return taps_; }
     [[nodiscard]] std::string captureError() const override {
-        return taps_.isRefused() ? "The keyboard cannot be captured. Allow Varnel under Privacy & Security, "
-                                   "Accessibility in the system's settings."
-                                 : "";
+        return taps_.isRefused() ? localized("The keyboard cannot be captured. Allow Varnel under Privacy & "
+                                             "Security, Accessibility in the system's settings.")
+                                 : std::string();
     }
+    Permissions* permissions() override { return &permissions_; }
     FileEventSource& fileEvents() override { return fileEvents_; }
 
     CommandServices commandServices() override {
@@ -89,6 +93,7 @@ private:
     LogSink& log_;
     PosixFileSystem files_;
     WatchedTaps taps_;
+    Permissions permissions_;
     VnodeFileEventSource fileEvents_;
     WorkspaceTable workspace_;
     WorkspaceApplicationLauncher launcher_;
