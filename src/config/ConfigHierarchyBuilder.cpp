@@ -101,27 +101,14 @@ std::string searchText(const JSONValue& value) {
     return value.string() ? *value.string() : writeCompactJSON(value);
 }
 
-bool matches(const HierarchyNode& node, std::string_view lowerQuery) {
-    const auto contains = [&](std::string_view text) {
-        return lowercased(text).find(lowerQuery) != std::string::npos;
-    };
-    if (contains(node.name) || contains(join(node.fullKeys, "+")))
-        return true;
-    if (!node.item || !node.item->action)
-        return false;
-    std::vector<std::string> values;
-    for (const auto& parameter : node.item->action->params)
-        values.push_back(searchText(parameter.second));
-    return contains(join(values, " "));
-}
-
-std::vector<HierarchyNode> kept(const std::vector<HierarchyNode>& nodes, std::string_view lowerQuery) {
+std::vector<HierarchyNode> kept(const std::vector<HierarchyNode>& nodes, const SearchKey& query,
+                                TextSearching& search) {
     std::vector<HierarchyNode> result;
     for (const HierarchyNode& node : nodes) {
         std::vector<HierarchyNode> children;
         if (node.children)
-            children = kept(*node.children, lowerQuery);
-        if (children.empty() && !matches(node, lowerQuery))
+            children = kept(*node.children, query, search);
+        if (children.empty() && !searchKey(node, search).contains(query))
             continue;
         HierarchyNode copy{node.id, node.name, node.matchKey, node.fullKeys, node.item, std::nullopt};
         if (node.children)
@@ -146,8 +133,21 @@ std::vector<FlatNode> flatten(const std::vector<HierarchyNode>& roots) {
     return out;
 }
 
-std::vector<HierarchyNode> filter(const std::vector<HierarchyNode>& roots, std::string_view query) {
-    return kept(roots, lowercased(query));
+std::vector<HierarchyNode> filter(const std::vector<HierarchyNode>& roots, std::string_view query,
+                                  TextSearching& search) {
+    return kept(roots, search.key(query), search);
+}
+
+SearchKey searchKey(const HierarchyNode& node, TextSearching& search) {
+    SearchKey key = search.key(node.name);
+    key.append(search.key(join(node.fullKeys, "+")));
+    if (!node.item || !node.item->action)
+        return key;
+    std::vector<std::string> values;
+    for (const auto& parameter : node.item->action->params)
+        values.push_back(searchText(parameter.second));
+    key.append(search.key(join(values, " ")));
+    return key;
 }
 
 } // namespace varnel::ConfigHierarchyBuilder

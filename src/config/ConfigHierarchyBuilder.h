@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/TextSearch.h"
 #include "config/ConfigItem.h"
 
 #include <cstddef>
@@ -44,9 +45,13 @@ std::vector<HierarchyNode> build(const std::vector<ConfigItem>& items, const Fal
 /// Depth first, parents before children.
 std::vector<FlatNode> flatten(const std::vector<HierarchyNode>& roots);
 
-/// Keeps the nodes whose name, keys or parameter values contain `query`, and whatever leads to them. Ignores
-/// case, not accents; an empty query keeps everything.
-std::vector<HierarchyNode> filter(const std::vector<HierarchyNode>& roots, std::string_view query);
+/// Keeps the nodes whose name, keys (joined with "+") or parameter values (joined with spaces) contain
+/// `query` by the rules of `search`, and whatever leads to them; an empty query keeps everything. For a
+/// search field over a long tree see `ConfigTreeFilter`.
+std::vector<HierarchyNode> filter(const std::vector<HierarchyNode>& roots, std::string_view query,
+                                  TextSearching& search);
+/// What `filter` searches of one node, without those beneath it.
+SearchKey searchKey(const HierarchyNode& node, TextSearching& search);
 
 } // namespace ConfigHierarchyBuilder
 } // namespace varnel

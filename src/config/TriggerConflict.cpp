@@ -1,5 +1,6 @@
 #include "config/TriggerConflict.h"
 
+#include "base/Localized.h"
 #include "base/Text.h"
 
 #include <algorithm>
@@ -18,8 +19,8 @@ TriggerConflict conflictWith(const ConfigItem& item) {
 std::string conflictMessage(const TriggerConflict& conflict) {
     const std::string_view name = trimmed(conflict.name);
     if (name.empty())
-        return "This trigger already exists.";
-    return "This trigger already exists as “" + std::string(name) + "”.";
+        return localized("This trigger already exists.");
+    return localized("This trigger already exists as “%1”.", {name});
 }
 
 std::vector<std::string> normalizedTrigger(const std::vector<std::string>& keys) {

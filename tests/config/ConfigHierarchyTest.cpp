@@ -74,12 +74,14 @@ TEST(ConfigHierarchyBuilder, FiltersByNameKeysAndParameters) {
         {"j+s+t", "Master Key(ctrl+j)[System(s)[Terminal(t)]]"},
         {"utilities", "Master Key(ctrl+j)[System(s)[Terminal(t)]]"},
         {"app 0.5", "Master Key(ctrl+j)[Work(w)[Chrome(g)]]"},
+        {"app /sys", ""},
         {"work", "Master Key(ctrl+j)[Work(w)[]]"},
         {"nowhere", ""},
         {"", "Master Key(ctrl+j)[System(s)[Finder(f) Terminal(t)] Work(w)[Chrome(g)]]"},
     };
+    PlainTextSearch search;
     for (const auto& [query, tree] : rows)
-        EXPECT_EQ(shape(ConfigHierarchyBuilder::filter(roots, query)), tree) << query;
+        EXPECT_EQ(shape(ConfigHierarchyBuilder::filter(roots, query, search)), tree) << query;
 }
 
 TEST(TriggerConflict, ComparesWholeTriggersIgnoringCaseAndSpace) {
