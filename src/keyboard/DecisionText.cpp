@@ -106,9 +106,10 @@ std::string aboutSequence(const Decision& decision, const DecisionContext& conte
                          {sequence, std::to_string(decision.limit.count() / 1000)});
     case Kind::nothingToChoose:
         return localized("The sequence %1 ended: %2", {sequence, plain(decision.message)});
+    case Kind::choicesTooLate:
+        return localized("The sequence %1 ended: finding the choices took too long", {sequence});
     case Kind::noHandler:
-        return localized("%1 ended the sequence: nothing knows how to run “%2”",
-                         {token, plain(decision.name)});
+        return localized("%1 ended the sequence: %2", {token, plain(decision.message)});
     default:
         return localized("The sequence %1 was interrupted", {sequence});
     }

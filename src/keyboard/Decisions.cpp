@@ -21,6 +21,7 @@ std::string_view decisionName(Decision::Kind kind) {
                                            "timedOut",
                                            "unattended",
                                            "nothingToChoose",
+                                           "choicesTooLate",
                                            "noHandler",
                                            "interrupted",
                                            "heldTooLong",

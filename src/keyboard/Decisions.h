@@ -33,7 +33,8 @@ struct Decision {
         timedOut,        ///< no next key after `sequence` for `limit`
         unattended,      ///< no key for `limit` although `sequence` could have waited without end
         nothingToChoose, ///< `message` ended `sequence`
-        noHandler,       ///< nothing knows how to run `name`
+        choicesTooLate,  ///< looking for what there is to choose took too long after `sequence`
+        noHandler,       ///< `token` ended `sequence`: nothing runs what is bound there, as `message` says
         interrupted,     ///< `sequence` was ended by something else than a key
         heldTooLong,     ///< the modifier `token` was down for `held`; a tap may take `limit`
         postedByUs,      ///< `token` would have opened a sequence, but this program posted it
@@ -55,10 +56,10 @@ struct Decision {
     std::uint32_t configuration = 0; ///< tells apart which configuration was in force
     std::uint32_t count = 0;
     std::chrono::milliseconds held{0}, limit{0};
-    FixedText<32> token;
-    FixedText<64> sequence; ///< tokens with spaces between
-    FixedText<48> name;
-    FixedText<120> message;
+    FixedText<40> token = {};
+    FixedText<64> sequence = {}; ///< tokens with spaces between
+    FixedText<48> name = {};
+    FixedText<120> message = {};
     friend bool operator==(const Decision&, const Decision&) = default;
 };
 

@@ -63,6 +63,14 @@ public:
     [[nodiscard]] const ConfigItem* group(const Position& at) const;
     [[nodiscard]] NextTokens nextTokens(const Position& at) const;
     [[nodiscard]] std::vector<std::string> tokens(const Position& at) const;
+    /// Calls `visit` with each of them, the first one first. Allocates nothing.
+    template <class Visit>
+    void forEachToken(const Position& at, Visit&& visit) const {
+        if (at.node == 0)
+            return;
+        forEachToken({nodes_[at.node].parent, 0}, visit);
+        visit(std::string_view(tokens_[nodes_[at.node].token]));
+    }
     [[nodiscard]] std::size_t depth(const Position& at) const;
     /// Empty for the root.
     [[nodiscard]] std::string_view lastToken(const Position& at) const;

@@ -1,5 +1,6 @@
 #include "keyboard/HotkeyManager.h"
 
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "keyboard/HintStateBuilder.h"
 #include "keyboard/notation/KeyTokenCodec.h"
@@ -26,8 +27,16 @@ int pageTurn(std::string_view token) {
     return token == "pageup" || token == "shift+tab" ? -1 : 0;
 }
 
+/// Whether the status begins as the text does up to the place of its value, in the user's language.
+bool beginsLike(std::string_view status, std::string_view localizedText) {
+    const std::string_view beginning = trimmed(localizedText.substr(0, localizedText.find("%1")));
+    return !beginning.empty() && status.starts_with(beginning);
+}
+
+/// Good news is not kept on show. Plugins may report it in English whatever the user's language.
 bool isTransient(std::string_view status) {
-    return status.starts_with("Executed:") || status.starts_with("Launched:");
+    return status.starts_with("Executed:") || status.starts_with("Launched:") ||
+           beginsLike(status, localized("Executed: %1")) || beginsLike(status, localized("Launched: %1"));
 }
 
 SequenceMachine::NeedsChoice choiceTest(const DynamicChoiceRegistry* registry) {
@@ -42,6 +51,7 @@ HotkeyManager::HotkeyManager(HotkeyManagerDependencies dependencies)
     : dependencies_(std::move(dependencies))
     , rootItems_(std::make_shared<const std::vector<ConfigItem>>())
     , machine_(dependencies_.timings, choiceTest(dependencies_.dynamicChoiceRegistry))
+    , recorder_(machine_, dependencies_.wallClock, [this] { changed(Topic::decisions); })
     , firstTokens_(machine_.index().firstTokens())
     , escapeOnly_(std::make_shared<const std::vector<std::string>>(1, std::string(kEscape))) {
     // Recording a token must not allocate on the way of a key.
@@ -73,6 +83,9 @@ bool HotkeyManager::startGlobalMonitoring() {
     monitor_ = startMonitor(dependencies_.keyboardMonitorFactory,
                             [this](const std::string& token, TimePoint time) { return handle(token, time); });
     isGlobalOn_ = monitor_ != nullptr;
+    if (monitor_)
+        monitor_->setNotices(notices());
+    recorder_.note(isGlobalOn_ ? Decision::Kind::captureStarted : Decision::Kind::captureRefused);
     axTrusted_ = dependencies_.isAccessibilityTrusted && dependencies_.isAccessibilityTrusted();
     if (dependencies_.writeDiagnostic)
         dependencies_.writeDiagnostic(std::string("HotkeyManager: Global monitoring started: ") +
@@ -86,8 +99,10 @@ void HotkeyManager::stopGlobalMonitoring() {
     reset("monitoring stopped");
     if (auto monitor = std::exchange(monitor_, nullptr))
         monitor->stop();
-    if (std::exchange(isGlobalOn_, false))
-        changed(Topic::status);
+    if (!std::exchange(isGlobalOn_, false))
+        return;
+    recorder_.note(Decision::Kind::captureStopped);
+    changed(Topic::status);
 }
 
 bool HotkeyManager::startLocalMonitoring() {
@@ -115,6 +130,10 @@ void HotkeyManager::suspend(const std::string& reason) {
     if (!suspensionReasons_.insert(reason).second)
         return;
     reset("suspended");
+    if (reason == kPanicReason)
+        recorder_.note(Decision::Kind::panicKeys);
+    else
+        recorder_.note(Decision::Kind::suspended, reason);
     publishInterest();
     changed(Topic::status);
 }
@@ -122,13 +141,41 @@ void HotkeyManager::suspend(const std::string& reason) {
 void HotkeyManager::resume(const std::string& reason) {
     if (suspensionReasons_.erase(reason) == 0)
         return;
+    recorder_.note(Decision::Kind::resumed, reason);
     publishInterest();
     changed(Topic::status);
 }
 
+void HotkeyManager::panicKeysHeld() {
+    if (suspensionReasons_.contains(kPanicReason))
+        return;
+    suspend(kPanicReason);
+    // Whoever else held the keyboard back, it is free now.
+    for (KeyboardMonitoring* monitor : {monitor_.get(), localMonitor_.get()})
+        if (monitor)
+            monitor->endSuppression();
+    setStatusMessage(localized("Paused by the panic keys: left ctrl, space and escape together"));
+}
+
+KeyboardNotices HotkeyManager::notices() {
+    return {.panicKeysHeld = [this] { panicKeysHeld(); },
+            .heldTooLong =
+                [this](Modifier modifier, Duration held, Duration limit, TimePoint) {
+                    if (!isSuspended())
+                        recorder_.heldTooLong(modifierName(modifier), held, limit);
+                },
+            .postedByUs =
+                [this](const std::string& token, TimePoint) {
+                    if (!isSuspended())
+                        recorder_.postedByUs(token);
+                }};
+}
+
 void HotkeyManager::updateConfiguration(ConfigItems items) {
+    recorder_.interrupted();
     apply(machine_.setIndex(HotkeyLookupIndex::build(items)));
     rootItems_ = items ? std::move(items) : std::make_shared<const std::vector<ConfigItem>>();
+    recorder_.configurationLoaded(rootItems_->size());
     continuationTokens_.reset();
     if (*firstTokens_ != *machine_.index().firstTokens())
         firstTokens_ = machine_.index().firstTokens();
@@ -139,14 +186,17 @@ void HotkeyManager::updateConfiguration(ConfigItems items) {
 // Keys
 
 bool HotkeyManager::handle(const std::string& token, TimePoint time) {
-    if (isSuspended())
+    if (isSuspended()) {
+        recorder_.keyPassed();
         return false;
-    if (const auto deadline = machine_.nextDeadline(); deadline && *deadline <= time)
-        apply(machine_.expire(time));
+    }
+    expire(time);
     if (hintPageCount_ > 1 && turnPage(token, time))
         return true;
+    const DecisionRecorder::Before before = recorder_.look();
     SequenceStep step = machine_.handle(token, time);
     const bool swallows = step.decision == KeyDecision::swallow;
+    recorder_.keyHandled(before, token, step);
     recordToken(token, !swallows && !isShortcut(token));
     noteForHints(step, token);
     apply(std::move(step));
@@ -181,6 +231,7 @@ void HotkeyManager::reset(std::string_view reason) {
     if (machine_.interaction() == Interaction::idle)
         return;
     lastResetReason_ = reason;
+    recorder_.interrupted();
     apply(machine_.reset());
 }
 
@@ -189,6 +240,7 @@ bool HotkeyManager::trigger(const std::vector<std::string>& tokens) {
     if (!position || !machine_.index().action(*position))
         return false;
     reset("triggered");
+    recorder_.triggered(*machine_.index().action(*position));
     apply(machine_.trigger(*position, dependencies_.loop.now()));
     return true;
 }
@@ -243,9 +295,18 @@ void HotkeyManager::armTimer() {
     const Duration delay = std::max(*deadline - dependencies_.loop.now(), Duration::zero());
     timer_ = dependencies_.loop.after(delay, [this] {
         timer_.reset();
-        apply(machine_.expire(dependencies_.loop.now()));
+        expire(dependencies_.loop.now());
         armTimer();
     });
+}
+
+/// Ends what is due at `now`.
+void HotkeyManager::expire(TimePoint now) {
+    const auto deadline = machine_.nextDeadline();
+    if (!deadline || now < *deadline)
+        return;
+    recorder_.expiring();
+    apply(machine_.expire(now));
 }
 
 void HotkeyManager::resolveChoices(const ConfigItem& item, std::uint64_t request) {
@@ -254,8 +315,12 @@ void HotkeyManager::resolveChoices(const ConfigItem& item, std::uint64_t request
         return;
     auto answer = [this, alive = std::weak_ptr(alive_),
                    request](std::expected<DynamicChoiceList, std::string> choices) {
-        if (!alive.expired())
-            apply(machine_.choicesResolved(request, std::move(choices), dependencies_.loop.now()));
+        if (alive.expired())
+            return;
+        const DecisionRecorder::Before before = recorder_.look();
+        SequenceStep step = machine_.choicesResolved(request, std::move(choices), dependencies_.loop.now());
+        recorder_.choicesArrived(before, step);
+        apply(std::move(step));
     };
     choiceRequest_ = resolver->resolve(item, std::move(answer));
 }
@@ -266,9 +331,9 @@ void HotkeyManager::execute(const ConfigItem& item, const std::optional<DynamicC
     static const PluginSettings kNoSettings;
     lastTriggerInfo_ = item.name + " (" + join(machine_.sequence(), " ") + ")";
     changed(Topic::status);
-    auto report = [this, alive = std::weak_ptr(alive_)](std::string message) {
+    auto report = [this, alive = std::weak_ptr(alive_), name = item.name](std::string message) {
         if (!alive.expired())
-            commandFinished(std::move(message));
+            commandFinished(name, std::move(message));
     };
     dependencies_.commandExecutor.execute(
         choice ? itemForChoice(item, *choice) : item,
@@ -276,7 +341,8 @@ void HotkeyManager::execute(const ConfigItem& item, const std::optional<DynamicC
         dependencies_.pluginSettings ? dependencies_.pluginSettings() : kNoSettings, std::move(report));
 }
 
-void HotkeyManager::commandFinished(std::string message) {
+void HotkeyManager::commandFinished(const std::string& name, std::string message) {
+    recorder_.commandFinished(name, message);
     ++finishedCommands_;
     setStatusMessage(std::move(message));
     statusChecks_.push_back(dependencies_.loop.after(kTransientStatusTime, [this] {
@@ -301,17 +367,18 @@ KeyInterest HotkeyManager::currentInterest() {
     switch (machine_.interaction()) {
     case Interaction::capture:
     case Interaction::dynamicChoice:
-        return {KeyInterest::Mode::capture, firstTokens_};
+        return {KeyInterest::Mode::capture, firstTokens_, PanicKeys::chords()};
     case Interaction::pendingPassthrough:
         return {KeyInterest::Mode::watch,
-                continuationInterest(std::get<SequenceMachine::PendingPassthrough>(machine_.state()))};
+                continuationInterest(std::get<SequenceMachine::PendingPassthrough>(machine_.state())),
+                PanicKeys::chords()};
     case Interaction::frozenOverlay:
-        return {KeyInterest::Mode::watch, escapeOnly_};
+        return {KeyInterest::Mode::watch, escapeOnly_, PanicKeys::chords()};
     case Interaction::idle:
     case Interaction::selectionFeedback:
         break;
     }
-    return {KeyInterest::Mode::watch, firstTokens_};
+    return {KeyInterest::Mode::watch, firstTokens_, PanicKeys::chords()};
 }
 
 const std::shared_ptr<const std::vector<std::string>>&
@@ -370,8 +437,14 @@ Subscription HotkeyManager::observe(Topic topic, std::function<void()> observer)
     return observers_.add(static_cast<int>(topic), std::move(observer));
 }
 
+bool HotkeyManager::isObserved(Topic topic) const {
+    return std::ranges::any_of(observers_.snapshot(), [topic](const auto& entry) {
+        return entry->live && entry->tag == static_cast<int>(topic);
+    });
+}
+
 void HotkeyManager::changed(Topic topic) {
-    if (observers_.snapshot().empty() || !postedTopics_.insert(topic).second)
+    if (!isObserved(topic) || !postedTopics_.insert(topic).second)
         return;
     dependencies_.loop.post([this, alive = std::weak_ptr(alive_), topic] {
         if (alive.expired())

@@ -3,6 +3,7 @@
 #include "base/EventLoop.h"
 #include "base/LoopTasks.h"
 #include "commands/CommandExecutor.h"
+#include "keyboard/DecisionRecorder.h"
 #include "keyboard/DynamicChoices.h"
 #include "keyboard/HintState.h"
 #include "keyboard/HotkeyLookupIndex.h"
@@ -41,7 +42,11 @@ struct HotkeyManagerDependencies {
     const DynamicChoiceRegistry* dynamicChoiceRegistry = nullptr; ///< may be null
     /// Monitors keys while our own windows have the focus and the global monitor is off; may be null.
     KeyboardMonitorCreating* localMonitorFactory = nullptr;
+    std::function<WallTime()> wallClock = {}; ///< for the times of decisions; empty: the system's
 };
+
+/// The reason for which the panic keys suspend.
+inline constexpr const char* kPanicReason = "panic keys";
 
 /// The heart: receives every token, keeps the interaction, decides what is swallowed, runs what was completed
 /// and publishes what the user interface shows. Main thread only; commands run on their queue and come back
@@ -108,9 +113,18 @@ public:
     [[nodiscard]] std::uint64_t finishedCommands() const { return finishedCommands_; }
     [[nodiscard]] std::optional<TimePoint> nextDeadline() const { return machine_.nextDeadline(); }
 
+    // Why something happened, or nothing.
+
+    /// The last decisions. Make sentences of them with `describe` and `decisionContext`.
+    [[nodiscard]] const DecisionLog& decisions() const { return recorder_.log(); }
+    [[nodiscard]] DecisionContext decisionContext() const { return {*rootItems_, recorder_.configuration()}; }
+    /// Adds what the composition has noticed: trouble with the keyboard, a configuration that does not load.
+    void note(Decision::Kind kind, std::string_view message) { recorder_.note(kind, message); }
+
     enum class Topic {
-        hints,  ///< interaction, sequence or rows
-        status, ///< status message, monitoring, suspension, last trigger, items
+        hints,     ///< interaction, sequence or rows
+        status,    ///< status message, monitoring, suspension, last trigger, items
+        decisions, ///< another decision was made; keys that are only counted do not show here
     };
     [[nodiscard]] Subscription observe(Topic topic, std::function<void()> observer);
 
@@ -118,7 +132,11 @@ private:
     void apply(SequenceStep step);
     void resolveChoices(const ConfigItem& item, std::uint64_t request);
     void execute(const ConfigItem& item, const std::optional<DynamicChoice>& choice);
-    void commandFinished(std::string message);
+    void commandFinished(const std::string& name, std::string message);
+    void expire(TimePoint now);
+    void panicKeysHeld();
+    [[nodiscard]] KeyboardNotices notices();
+    [[nodiscard]] bool isObserved(Topic topic) const;
     void setStatusMessage(std::string message);
     void armTimer();
     void publishInterest();
@@ -138,6 +156,7 @@ private:
     HotkeyManagerDependencies dependencies_;
     ConfigItems rootItems_;
     SequenceMachine machine_;
+    DecisionRecorder recorder_;
     std::unique_ptr<KeyboardMonitoring> monitor_;
     std::unique_ptr<KeyboardMonitoring> localMonitor_;
     std::set<std::string> suspensionReasons_;

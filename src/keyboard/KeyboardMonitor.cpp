@@ -1,6 +1,7 @@
 #include "keyboard/KeyboardMonitor.h"
 
 #include "keyboard/KeyboardTokenStream.h"
+#include "keyboard/notation/KeyTokenCodec.h"
 
 #include <algorithm>
 #include <bitset>
@@ -20,6 +21,8 @@ struct KeyboardMonitor::Core {
     [[nodiscard]] TimePoint now() const { return eventTime ? *eventTime : loop.now(); }
 
     TapVerdict receive(const KeyboardEvent& event);
+    [[nodiscard]] bool completesPanicKeys(const KeyboardEvent& event);
+    void postedByUs(const KeyboardEvent& event) const;
     void stop();
     void suppress(std::optional<Duration> duration, const std::weak_ptr<Core>& self);
     void endSuppression();
@@ -29,6 +32,8 @@ struct KeyboardMonitor::Core {
     KeyboardTokenStream tokenStream;
     std::unique_ptr<KeyboardEventTapSession> eventTapSession;
     KeyInterest interest;
+    KeyboardNotices notices;
+    PanicKeys panicKeys;
     std::optional<TimePoint> suppressUntil; ///< everything is swallowed before it
     Subscription suppressTimer;
     std::optional<TimePoint> eventTime;
@@ -59,19 +64,50 @@ private:
 TapVerdict KeyboardMonitor::Core::receive(const KeyboardEvent& event) {
     const EventTimeScope scope(eventTime, event.time);
     const bool isKeyDown = event.type == KeyboardEvent::Type::keyDown;
+    const std::uint64_t session = sessionNumber;
+    if (completesPanicKeys(event)) {
+        if (isKeyDown)
+            swallowedPresses[event.keyCode] = true;
+        notices.panicKeysHeld();
+        return TapVerdict::swallow;
+    }
+    if (event.type == KeyboardEvent::Type::postedByUs) {
+        postedByUs(event);
+        return TapVerdict::pass;
+    }
     const StreamToken* token = tokenStream.feed(event);
-    if (event.type == KeyboardEvent::Type::modifiersUsed || event.type == KeyboardEvent::Type::postedByUs)
+    if (event.type == KeyboardEvent::Type::modifiersUsed)
         return TapVerdict::pass;
     if (isKeyDown && event.isRepeat)
         return swallowedPresses[event.keyCode] ? TapVerdict::swallow : TapVerdict::pass;
+    if (const auto& late = tokenStream.lateRelease(); late && notices.heldTooLong)
+        notices.heldTooLong(late->modifier, late->held, late->limit, event.time);
 
-    const std::uint64_t session = sessionNumber;
     const bool consumed = token && handler(token->text, event.time);
     const bool isSuppressed = suppressUntil && event.time < *suppressUntil;
     const bool isSwallowed = consumed || isSuppressed;
     if (isKeyDown && session == sessionNumber)
         swallowedPresses[event.keyCode] = isSwallowed;
     return isSwallowed ? TapVerdict::swallow : TapVerdict::pass;
+}
+
+/// Asks the session only where ctrl is held: everywhere else the press cannot be the one.
+bool KeyboardMonitor::Core::completesPanicKeys(const KeyboardEvent& event) {
+    const bool isPress =
+        event.type == KeyboardEvent::Type::keyDown || event.type == KeyboardEvent::Type::flagsChanged;
+    if (!isPress || event.isSynthetic || !notices.panicKeysHeld || !PanicKeys::isOne(event.keyCode) ||
+        !(event.flags & kControlFlag))
+        return false;
+    const auto held = eventTapSession->panicKeysHeldByHand();
+    return held && panicKeys.press(event.keyCode, *held);
+}
+
+void KeyboardMonitor::Core::postedByUs(const KeyboardEvent& event) const {
+    if (!notices.postedByUs)
+        return;
+    std::string token;
+    KeyTokenCodec::formatLive(event.keyCode, event.flags, token);
+    notices.postedByUs(token, event.time);
 }
 
 void KeyboardMonitor::Core::stop() {
@@ -146,6 +182,10 @@ void KeyboardMonitor::setInterest(const KeyInterest& interest) {
 
 bool KeyboardMonitor::isKeyboardHeldElsewhere() const {
     return core_->eventTapSession && core_->eventTapSession->isKeyboardHeldElsewhere();
+}
+
+void KeyboardMonitor::setNotices(KeyboardNotices notices) {
+    core_->notices = std::move(notices);
 }
 
 std::string KeyboardMonitor::trouble() const {

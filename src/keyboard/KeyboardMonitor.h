@@ -9,7 +9,8 @@
 namespace varnel {
 
 /// Captures the keyboard through a tap session, turns events into tokens, offers them to a handler and
-/// swallows what the handler consumes. Can be told to swallow everything for a while.
+/// swallows what the handler consumes. Can be told to swallow everything for a while. Panic keys come before
+/// all of that.
 ///
 /// An auto-repeat is never offered: it gets the verdict of the press that it repeats. Times are those of the
 /// events; the loop's clock counts only outside of them. The handler may stop, restart or destroy the monitor
@@ -27,6 +28,7 @@ public:
     void suppress(std::optional<Duration> duration) override;
     void endSuppression() override;
     void setInterest(const KeyInterest& interest) override;
+    void setNotices(KeyboardNotices notices) override;
     [[nodiscard]] std::string trouble() const override;
     [[nodiscard]] bool isKeyboardHeldElsewhere() const override;
 

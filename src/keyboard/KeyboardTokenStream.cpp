@@ -15,6 +15,7 @@ KeyboardTokenStream::KeyboardTokenStream(std::function<TimePoint()> currentTime,
 }
 
 const StreamToken* KeyboardTokenStream::feed(const KeyboardEvent& event) {
+    lateRelease_.reset();
     switch (event.type) {
     case KeyboardEvent::Type::keyDown:
         return keyDown(event);
@@ -54,8 +55,10 @@ const StreamToken* KeyboardTokenStream::flagsChanged(const KeyboardEvent& event)
         return nullptr;
     // A clock that went back makes the release an instant one.
     const Duration elapsed = std::max(currentTime_() - released->pressedAt, Duration::zero());
-    if (elapsed > tapThreshold_())
+    if (const Duration limit = tapThreshold_(); elapsed > limit) {
+        lateRelease_ = {*modifier, elapsed, limit};
         return nullptr;
+    }
     token_.text = modifierName(*modifier);
     token_.isRepeat = false;
     return &token_;

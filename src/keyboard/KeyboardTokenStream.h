@@ -35,6 +35,12 @@ public:
     const StreamToken* feed(const KeyboardEvent& event);
     /// Forgets which modifiers are held.
     void reset();
+    /// A modifier that the latest event let go without any other key, but too late for a tap.
+    struct LateRelease {
+        Modifier modifier;
+        Duration held, limit;
+    };
+    [[nodiscard]] const std::optional<LateRelease>& lateRelease() const { return lateRelease_; }
 
     [[nodiscard]] const std::array<std::optional<ModifierPressState>, 4>& activeModifierStates() const {
         return activeModifierStates_;
@@ -49,6 +55,7 @@ private:
     std::function<TimePoint()> currentTime_;
     std::function<Duration()> tapThreshold_;
     StreamToken token_;
+    std::optional<LateRelease> lateRelease_;
 };
 
 } // namespace varnel

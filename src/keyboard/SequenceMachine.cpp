@@ -131,7 +131,7 @@ SequenceStep SequenceMachine::proceed(const Position& position, TimePoint now) {
     if (const ConfigItem* item = index_.action(position))
         return complete(position, *item, now);
     SequenceStep step = enter(Capture{position, std::nullopt}, KeyDecision::swallow);
-    return hold(std::move(step), position, std::get<Capture>(state_).deadline, now);
+    return hold(std::move(step), position, std::get<Capture>(state_), now);
 }
 
 SequenceStep SequenceMachine::complete(const Position& position, const ConfigItem& item, TimePoint now) {
@@ -177,7 +177,7 @@ SequenceStep SequenceMachine::acceptChoiceKey(DynamicChoiceState& state, TimePoi
     SequenceStep step;
     step.decision = KeyDecision::swallow;
     step.changed = true;
-    return state.isLoading ? step : hold(std::move(step), state.baseSequence, state.deadline, now);
+    return state.isLoading ? step : hold(std::move(step), state.baseSequence, state, now);
 }
 
 /// Compares the input with the labels. What was typed ahead may go on beyond one: that one was complete
@@ -252,17 +252,31 @@ SequenceStep SequenceMachine::enter(State state, KeyDecision decision) {
     return step;
 }
 
-/// Restarts the step timer of an open sequence and holds the keyboard as long.
-SequenceStep SequenceMachine::hold(SequenceStep step, const Position& position,
-                                   std::optional<TimePoint>& deadline, TimePoint now) const {
-    const bool isModifierTap =
-        index_.depth(position) == 1 && KeyTokenCodec::isModifierOnly(index_.lastToken(position));
-    const std::optional<Duration> timeout =
-        isModifierTap ? timings_.modifierSequenceTimeoutProvider() : timings_.sequenceStepTimeoutProvider();
-    deadline = timeout ? std::optional(now + *timeout) : std::nullopt;
+/// Restarts the step timer of an open sequence and holds the keyboard as long. Without a step time-out it is
+/// held until the sequence ends, if only because nobody types.
+template <class OpenState>
+SequenceStep SequenceMachine::hold(SequenceStep step, const Position& position, OpenState& state,
+                                   TimePoint now) const {
+    std::optional<Duration> timeout = stepTimeoutAt(position);
     step.suppression = SequenceStep::Suppression::begin;
     step.suppressFor = timeout;
+    state.waitsWithoutEnd = !timeout;
+    if (!timeout && timings_.unattendedLimitProvider)
+        timeout = timings_.unattendedLimitProvider();
+    state.deadline = timeout ? std::optional(now + *timeout) : std::nullopt;
     return step;
+}
+
+std::optional<Duration> SequenceMachine::stepTimeoutAt(const Position& position) const {
+    const bool isModifierTap =
+        index_.depth(position) == 1 && KeyTokenCodec::isModifierOnly(index_.lastToken(position));
+    return isModifierTap ? timings_.modifierSequenceTimeoutProvider()
+                         : timings_.sequenceStepTimeoutProvider();
+}
+
+std::optional<Duration> SequenceMachine::stepTimeout() const {
+    return std::holds_alternative<PendingPassthrough>(state_) ? timings_.modifierSequenceTimeoutProvider()
+                                                              : stepTimeoutAt(position());
 }
 
 std::optional<TimePoint> SequenceMachine::nextDeadline() const {
@@ -276,9 +290,18 @@ SequenceStep SequenceMachine::expire(TimePoint now) {
     std::optional<std::string> message;
     if (auto* choice = std::get_if<DynamicChoiceState>(&state_); choice && choice->isLoading)
         message = localized("Finding the choices took too long: " + choice->item->name);
+    if (waitsWithoutEnd())
+        message = localized("The open sequence was ended: no key came for a long time");
     SequenceStep step = enter(Idle(), KeyDecision::passThrough);
     step.message = std::move(message);
     return step;
+}
+
+bool SequenceMachine::waitsWithoutEnd() const {
+    if (const auto* capture = std::get_if<Capture>(&state_))
+        return capture->waitsWithoutEnd;
+    const auto* choice = std::get_if<DynamicChoiceState>(&state_);
+    return choice && choice->waitsWithoutEnd;
 }
 
 SequenceStep SequenceMachine::keepOpen(TimePoint now) {
@@ -286,7 +309,7 @@ SequenceStep SequenceMachine::keepOpen(TimePoint now) {
         SequenceStep step;
         step.decision = KeyDecision::swallow;
         step.changed = true;
-        return hold(std::move(step), capture->position, capture->deadline, now);
+        return hold(std::move(step), capture->position, *capture, now);
     }
     if (auto* choice = std::get_if<DynamicChoiceState>(&state_))
         return acceptChoiceKey(*choice, now);
@@ -306,7 +329,11 @@ Interaction SequenceMachine::interaction() const {
 }
 
 std::vector<std::string> SequenceMachine::sequence() const {
-    return index_.tokens(positionOf(state_, index_.root()));
+    return index_.tokens(position());
+}
+
+HotkeyLookupIndex::Position SequenceMachine::position() const {
+    return positionOf(state_, index_.root());
 }
 
 std::vector<std::string> SequenceMachine::hintOptions() const {

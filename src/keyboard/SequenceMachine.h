@@ -68,6 +68,10 @@ public:
     SequenceStep expire(TimePoint now);
     /// Restarts the step timer of an open sequence, as an accepted key does.
     SequenceStep keepOpen(TimePoint now);
+    /// How long the open sequence waits for its next token; none: without end.
+    [[nodiscard]] std::optional<Duration> stepTimeout() const;
+    /// The open sequence has no step time-out: its deadline, if any, only ends it when nobody types.
+    [[nodiscard]] bool waitsWithoutEnd() const;
     /// Ends any interaction.
     SequenceStep reset();
     /// The answer for `choicesWanted`; nothing when the interaction that asked is over.
@@ -77,6 +81,8 @@ public:
     [[nodiscard]] Interaction interaction() const;
     /// Tokens typed so far; the completed ones in `selectionFeedback`.
     [[nodiscard]] std::vector<std::string> sequence() const;
+    /// The place of these tokens in the index; the root when there are none.
+    [[nodiscard]] HotkeyLookupIndex::Position position() const;
     /// Next tokens of the open sequence or, where choices are on show, their labels; sorted.
     [[nodiscard]] std::vector<std::string> hintOptions() const;
 
@@ -89,6 +95,8 @@ public:
     struct Capture {
         HotkeyLookupIndex::Position position;
         std::optional<TimePoint> deadline;
+        bool waitsWithoutEnd =
+            false; ///< no step time-out: the deadline, if any, only ends what nobody attends
     };
     struct PendingPassthrough {
         HotkeyLookupIndex::Position position;
@@ -99,6 +107,7 @@ public:
         const ConfigItem* item = nullptr;
         HotkeyLookupIndex::Position baseSequence;
         std::optional<TimePoint> deadline;
+        bool waitsWithoutEnd = false; ///< as in `Capture`
         bool isLoading = true;
         std::optional<std::string> title;
         std::vector<LabeledChoice> labeledChoices;
@@ -135,8 +144,10 @@ private:
     SequenceStep take(const LabeledChoice& choice, TimePoint now);
     SequenceStep invalidInput();
     SequenceStep enter(State state, KeyDecision decision);
-    SequenceStep hold(SequenceStep step, const HotkeyLookupIndex::Position& position,
-                      std::optional<TimePoint>& deadline, TimePoint now) const;
+    [[nodiscard]] std::optional<Duration> stepTimeoutAt(const HotkeyLookupIndex::Position& position) const;
+    template <class OpenState>
+    SequenceStep hold(SequenceStep step, const HotkeyLookupIndex::Position& position, OpenState& state,
+                      TimePoint now) const;
 
     SequenceTimings timings_;
     NeedsChoice needsChoice_;

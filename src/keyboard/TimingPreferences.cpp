@@ -34,6 +34,11 @@ Duration modifierSequenceTimeout(const PreferenceStore& preferences) {
     return inRangeOrDefault(preferences, kModifierSequenceStepTimeout);
 }
 
+std::optional<Duration> unattendedSequenceLimit(const PreferenceStore& preferences) {
+    const bool ends = booleanPreference(preferences, kEndUnattendedSequences, true);
+    return ends ? std::optional(kUnattendedSequenceLimit) : std::nullopt;
+}
+
 SequenceTimings sequenceTimings(const PreferenceStore& preferences) {
     return {
         .sequenceStepTimeoutProvider = [&preferences] { return sequenceStepTimeout(preferences); },
@@ -41,6 +46,7 @@ SequenceTimings sequenceTimings(const PreferenceStore& preferences) {
         .selectionFeedbackDurationProvider = [] { return kSelectionFeedbackDuration; },
         .keepsHintsOpenAfterInvalidInputProvider =
             [&preferences] { return booleanPreference(preferences, kKeepHintsOpenAfterInvalidInput, false); },
+        .unattendedLimitProvider = [&preferences] { return unattendedSequenceLimit(preferences); },
     };
 }
 

@@ -23,6 +23,10 @@ inline constexpr MillisecondPreference kSequenceStepTimeout{"sequenceStepTimeout
 inline constexpr MillisecondPreference kModifierSequenceStepTimeout{"modifierSequenceStepTimeoutMilliseconds",
                                                                     1000, 250, 5000};
 inline constexpr std::string_view kKeepHintsOpenAfterInvalidInput = "keepHintsOpenAfterInvalidInput";
+/// Whether a sequence that may wait without end is ended when no key comes for `kUnattendedSequenceLimit`: it
+/// holds the keyboard as long. Boolean, true when absent.
+inline constexpr std::string_view kEndUnattendedSequences = "endUnattendedSequences";
+inline constexpr Duration kUnattendedSequenceLimit = 30s;
 inline constexpr Duration kSelectionFeedbackDuration = 250ms;
 
 /// The values in force, brought into range. Read at each use.
@@ -30,6 +34,7 @@ Duration modifierTapThreshold(const PreferenceStore& preferences);
 /// None: a sequence waits for its next key without end.
 std::optional<Duration> sequenceStepTimeout(const PreferenceStore& preferences);
 Duration modifierSequenceTimeout(const PreferenceStore& preferences);
+std::optional<Duration> unattendedSequenceLimit(const PreferenceStore& preferences);
 
 /// Where the sequence rules read their times; each is asked at the moment of use.
 struct SequenceTimings {
@@ -37,6 +42,8 @@ struct SequenceTimings {
     std::function<Duration()> modifierSequenceTimeoutProvider;
     std::function<Duration()> selectionFeedbackDurationProvider;
     std::function<bool()> keepsHintsOpenAfterInvalidInputProvider;
+    /// How long a sequence without a step time-out may stay open without a key; none: without end.
+    std::function<std::optional<Duration>()> unattendedLimitProvider = {};
 };
 
 /// `preferences` must outlive the result.
