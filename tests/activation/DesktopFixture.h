@@ -16,6 +16,7 @@ protected:
         ASSERT_FALSE(server.display().empty());
         probe = XcbConnection::open(server.display());
         ASSERT_TRUE(probe);
+        prepareServer();
         if (!wantsManager())
             return connectDesktop();
         manager = std::make_unique<TestProcess>(std::vector<std::string>{"openbox", "--sm-disable"},
@@ -29,6 +30,7 @@ protected:
         connectDesktop();
     }
     virtual bool wantsManager() const { return true; }
+    virtual void prepareServer() {}
     void connectDesktop() {
         auto connected = XcbDesktop::connect(server.display());
         ASSERT_TRUE(connected);
@@ -44,11 +46,14 @@ protected:
         EXPECT_TRUE(eventually([&] { return desktop->clientWindows().size() == total; }));
         return *processes.back();
     }
-    TestProcess& startTerminal(const std::string& title) {
-        processes.push_back(std::make_unique<TestProcess>(
-            std::vector<std::string>{"xterm", "-T", title, "-e", "sleep", "1000"}, server.display()));
+    /// Starts a program that shows one window of this title.
+    TestProcess& start(std::vector<std::string> argv, const std::string& title) {
+        processes.push_back(std::make_unique<TestProcess>(std::move(argv), server.display()));
         EXPECT_TRUE(eventually([&] { return window(title).id != 0; })) << title;
         return *processes.back();
+    }
+    TestProcess& startTerminal(const std::string& title) {
+        return start({"xterm", "-T", title, "-e", "sleep", "1000"}, title);
     }
     RunningWindow window(const std::string& title) {
         const auto windows = desktop->runningWindows();

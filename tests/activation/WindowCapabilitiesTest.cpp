@@ -1,4 +1,5 @@
 #include "tests/activation/DesktopFixture.h"
+#include "tests/activation/PrintRectangle.h"
 #include "tests/capabilities/CapabilityRun.h"
 
 namespace varnel {
@@ -39,6 +40,55 @@ TEST_F(WindowCapabilitiesTest, ArrangeTheWindowInFrontAndPutItBack) {
     EXPECT_EQ(arrange("next-display").message, "There is only one display.");
     EXPECT_EQ(arrange("sideways").message, "There is no window arrangement 'sideways'.");
     EXPECT_FALSE(arranging.act("explode", {}).success);
+}
+
+/// A wide display on the left with a panel at its top, a narrower and lower one on the right.
+class TwoDisplaysTest : public WindowCapabilitiesTest {
+protected:
+    void prepareServer() override {
+        for (const char* monitor :
+             {"left 800/200x800/200+0+0 screen", "right 480/120x600/150+800+200 none"}) {
+            const std::string command =
+                "xrandr -d " + server.display() + " --setmonitor " + monitor + " > /dev/null 2>&1";
+            ASSERT_EQ(std::system(command.c_str()), 0);
+        }
+    }
+};
+
+TEST_F(TwoDisplaysTest, ArrangeTheWindowOnTheDisplayThatShowsIt) {
+    show({{.title = "panel", .type = "_NET_WM_WINDOW_TYPE_DOCK"}});
+    const std::array<std::uint32_t, 12> strut{0, 0, 40, 0, 0, 0, 0, 0, 0, 799, 0, 0};
+    xcb_change_property(probe->get(), XCB_PROP_MODE_REPLACE, window("panel").id,
+                        probe->atom(XcbAtom::wmStrutPartial), XCB_ATOM_CARDINAL, 32, 12, strut.data());
+    xcb_flush(probe->get());
+    show({{.title = "w"}});
+    const WindowNumber w = window("w").id;
+    ASSERT_TRUE(desktop->activate(w));
+    const Rectangle left{0, 40, 800, 760}, right{800, 200, 480, 600};
+    ASSERT_TRUE(eventually([&] {
+        return desktop->geometry(w)->displays == std::vector<Rectangle>{left, right};
+    }));
+    const Rectangle before = desktop->geometry(w)->frame;
+    struct Row {
+        const char* arrangement;
+        Rectangle frame;
+    };
+    const Row rows[] = {
+        {"right-half", {400, 40, 400, 760}},
+        {"next-display", {880, 200, 400, 600}},
+        {"left-half", {800, 200, 240, 600}},
+        {"maximize", right},
+        {"next-display", left},
+        {"next-display", right},
+        {"bottom-half", {800, 500, 480, 300}},
+        {"restore", before},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(arrange(row.arrangement).message, "") << row.arrangement;
+        EXPECT_TRUE(isAt(w, row.frame))
+            << row.arrangement << ": " << ::testing::PrintToString(desktop->geometry(w)->frame);
+        EXPECT_EQ(desktop->geometry(w)->isMaximized, row.frame == left || row.frame == right);
+    }
 }
 
 TEST_F(WindowCapabilitiesTest, ListAndActivateRunningApplications) {

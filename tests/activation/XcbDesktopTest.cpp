@@ -32,8 +32,12 @@ protected:
     std::unique_ptr<XcbWindowActivation> activation;
 };
 
-TEST_F(XcbWindowActivationTest, BringsATerminalToTheFrontWhateverStateItIsIn) {
-    startTerminal("target");
+/// Programs as people use them.
+class RealProgramActivationTest : public XcbWindowActivationTest,
+                                  public ::testing::WithParamInterface<std::vector<std::string>> {};
+
+TEST_P(RealProgramActivationTest, BringsItToTheFrontWhateverStateItIsIn) {
+    start(GetParam(), "target");
     startTerminal("other");
     const RunningWindow target = window("target"), other = window("other");
     struct Row {
@@ -67,6 +71,20 @@ TEST_F(XcbWindowActivationTest, BringsATerminalToTheFrontWhateverStateItIsIn) {
         EXPECT_FALSE(hasState(target.id, XcbAtom::wmStateHidden));
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Terminal, RealProgramActivationTest,
+                         ::testing::Values(std::vector<std::string>{"xterm", "-T", "target", "-e", "sleep",
+                                                                    "1000"}));
+#ifdef VARNEL_HAS_QT
+INSTANTIATE_TEST_SUITE_P(Qt, RealProgramActivationTest,
+                         ::testing::Values(std::vector<std::string>{VARNEL_BINARY_DIR "/menu_window",
+                                                                    "target"}));
+#endif
+#ifdef VARNEL_HAS_GTK
+INSTANTIATE_TEST_SUITE_P(Gtk, RealProgramActivationTest,
+                         ::testing::Values(std::vector<std::string>{VARNEL_BINARY_DIR "/gtk_menu_window",
+                                                                    "target"}));
+#endif
 
 TEST_F(XcbWindowActivationTest, ChoosesAmongTheWindowsOfTheApplicationInFront) {
     TestProcess& process = show({{.title = "one"}, {.title = "two"}});

@@ -320,10 +320,12 @@ TEST_F(ShortcutToProgram, TypesIntoATerminalWithControlHeldAndNot) {
     EXPECT_EQ(typed, "aKk|aKk|");
 }
 
-#ifdef VARNEL_HAS_QT
-TEST_F(ShortcutToProgram, OpensAMenuOfAQtProgramWithControlHeldAndNot) {
+/// Programs made with toolkits; a shortcut reaches their menus.
+class ShortcutToMenu : public ShortcutToProgram, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(ShortcutToMenu, OpensItWithControlHeldAndNot) {
     constexpr KeyCode kF = 3, kEscape = 53;
-    test::ChildProcess program({VARNEL_BINARY_DIR "/menu_window"},
+    test::ChildProcess program({std::string(VARNEL_BINARY_DIR "/") + GetParam()},
                                {"DISPLAY=" + desktop->display(), "QT_QPA_PLATFORM=xcb"});
     ASSERT_TRUE(program.readUntil("active", 15s));
     ASSERT_TRUE(comesToFront(program));
@@ -340,7 +342,14 @@ TEST_F(ShortcutToProgram, OpensAMenuOfAQtProgramWithControlHeldAndNot) {
     }
     plastic.set(key::ctrl, false);
 }
+
+#ifdef VARNEL_HAS_QT
+INSTANTIATE_TEST_SUITE_P(Qt, ShortcutToMenu, ::testing::Values("menu_window"));
 #endif
+#ifdef VARNEL_HAS_GTK
+INSTANTIATE_TEST_SUITE_P(Gtk, ShortcutToMenu, ::testing::Values("gtk_menu_window"));
+#endif
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ShortcutToMenu);
 
 } // namespace
 } // namespace varnel

@@ -1,5 +1,5 @@
 // A window of a Qt program with a menu bar, for live tests to send shortcuts to. Prints "active" once it has
-// the focus, then what becomes of its menu and of ctrl+k.
+// the focus, then what becomes of its menu and of ctrl+k. The window's title may be given.
 
 #include <QAction>
 #include <QApplication>
@@ -35,6 +35,7 @@ private:
 int main(int count, char** arguments) {
     QApplication application(count, arguments);
     MenuWindow window;
+    window.setWindowTitle(count > 1 ? arguments[1] : "Menu");
     QMenu* menu = window.menuBar()->addMenu("&File");
     QObject::connect(menu, &QMenu::aboutToShow, [] { say("menu opened"); });
     QObject::connect(menu, &QMenu::aboutToHide, [] { say("menu closed"); });
