@@ -75,7 +75,7 @@ SuggestionOverlayState suggestionState(const HintState& hints, OverlayOrder orde
     const bool isChoice = showsChoices(hints) || hints.areChoices;
     for (const HintRow& row : isChoice ? hints.rows : ordered(hints.rows, order, naming))
         state.rows.push_back(suggestionRow(row, isChoice, hints, naming));
-    state.input = hints.input;
+    state.input = choiceCaps(hints.input, naming);
     state.message = messageFor(hints);
     state.isFrozen = hints.interaction == Interaction::frozenOverlay;
     state.hasTimeLimit = hints.deadline.has_value();

@@ -50,8 +50,8 @@ std::string spokenText(const SuggestionOverlayState& state) {
     std::vector<std::string> keys;
     for (const KeyCaps& step : state.sequence)
         keys.push_back(spokenCaps(step));
-    if (!state.input.empty())
-        keys.push_back(state.input);
+    for (const std::string& letter : state.input)
+        keys.push_back(letter);
     std::string text = join(keys, ", ");
     if (!state.refused.empty())
         text += ". " + localized("%1 is not bound here", {spokenCaps(state.refused)});

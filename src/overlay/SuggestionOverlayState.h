@@ -33,7 +33,7 @@ struct SuggestionOverlayState {
     KeyCaps refused; ///< the key that did not continue it; empty: none
     std::string title;
     std::vector<SuggestionRow> rows;
-    std::string input;   ///< label letters typed so far
+    KeyCaps input;       ///< label letters typed so far
     std::string message; ///< one line below the rows; empty: none
     bool isFrozen = false;
     bool hasTimeLimit = false; ///< a step time-out is running

@@ -1,0 +1,193 @@
+#include "overlay/SuggestionOverlayWidget.h"
+
+#include "overlay/OverlayAccessibility.h"
+#include "overlay/SuggestionModel.h"
+
+#include <QAccessible>
+#include <QCursor>
+#include <QGuiApplication>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <QPlatformSurfaceEvent>
+#include <QScreen>
+
+namespace varnel {
+namespace {
+
+constexpr Qt::WindowFlags kFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                                   Qt::WindowDoesNotAcceptFocus | Qt::WindowTransparentForInput |
+                                   Qt::NoDropShadowWindowHint | Qt::X11BypassWindowManagerHint;
+/// The window leaves this part of the screen free.
+constexpr double kFreeShare = 0.08;
+constexpr int kShadowDarkness = 70;
+
+OverlaySize overlaySize(QSize size) {
+    return {size.width(), size.height()};
+}
+
+} // namespace
+
+SuggestionOverlayWidget::SuggestionOverlayWidget(OverlaySurroundings& surroundings, IconSource icon)
+    : QWidget(nullptr, kFlags)
+    , surroundings_(surroundings)
+    , icon_(std::move(icon)) {
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setAttribute(Qt::WA_TranslucentBackground);
+    // A tool window would vanish on macOS whenever another application is active, which is always.
+    setAttribute(Qt::WA_MacAlwaysShowToolWindow);
+    setFocusPolicy(Qt::NoFocus);
+    setObjectName(QStringLiteral("SuggestionOverlay"));
+    installOverlayAccessibility();
+}
+
+SuggestionOverlayWidget::~SuggestionOverlayWidget() = default;
+
+void SuggestionOverlayWidget::prepare(const OverlayAppearance& appearance) {
+    if (isVisible())
+        return;
+    layOut(sampleState({{}, surroundings_.namesKeysBySymbols()}), appearance);
+    resize(pictureArea().size());
+    winId();
+    // Painting once loads the fonts and fills the caches of glyphs.
+    QPixmap pixmap(size());
+    render(&pixmap);
+    picture_.reset();
+}
+
+int SuggestionOverlayWidget::show(const SuggestionOverlayState& state, const OverlayAppearance& appearance) {
+    if (!isVisible()) {
+        pointer_ = QCursor::pos();
+        screen_ = QGuiApplication::screenAt(pointer_);
+    }
+    if (!screen_ || !QGuiApplication::screens().contains(screen_))
+        screen_ = QGuiApplication::primaryScreen();
+    const bool hadTimeLimit = picture_ && picture_->state().hasTimeLimit;
+    if (state.hasTimeLimit && !hadTimeLimit)
+        timeLeft_ = 1;
+    layOut(state, appearance);
+    place();
+    if (isVisible()) {
+        update();
+        raise();
+    } else {
+        QWidget::show();
+    }
+    tellAssistants(*this);
+    return picture_->pages();
+}
+
+void SuggestionOverlayWidget::hide() {
+    QWidget::hide();
+}
+
+void SuggestionOverlayWidget::setTimeLeft(double fraction) {
+    if (!picture_ || !isVisible() || fraction == timeLeft_)
+        return;
+    timeLeft_ = fraction;
+    update(picture_->barArea().translated(pictureArea().topLeft()));
+}
+
+void SuggestionOverlayWidget::iconsChanged() {
+    if (isVisible())
+        update();
+}
+
+std::optional<QRect> SuggestionOverlayWidget::rowArea(std::size_t row) const {
+    const auto area = picture_ ? picture_->rowArea(row) : std::nullopt;
+    return area ? std::optional(area->translated(pictureArea().topLeft())) : std::nullopt;
+}
+
+bool SuggestionOverlayWidget::isDark() const {
+    if (appearance_.theme != OverlayTheme::system)
+        return appearance_.theme == OverlayTheme::dark;
+    const QPalette colors = QGuiApplication::palette();
+    return colors.color(QPalette::Window).lightness() < colors.color(QPalette::WindowText).lightness();
+}
+
+void SuggestionOverlayWidget::layOut(const SuggestionOverlayState& state,
+                                     const OverlayAppearance& appearance) {
+    if (!style_ || appearance.textSize != appearance_.textSize)
+        style_ = std::make_unique<OverlayStyle>(appearance.textSize);
+    appearance_ = appearance;
+    isBlended_ = surroundings_.blendsWindows();
+    const QScreen* screen = screen_ ? screen_ : QGuiApplication::primaryScreen();
+    const QSize space = screen->availableGeometry().size() * (1 - kFreeShare);
+    picture_ = std::make_unique<OverlayPicture>(state, *style_, overlaySize(space), appearance.showsIcons);
+}
+
+/// The picture within the window, which is larger by the shadow around it.
+QRect SuggestionOverlayWidget::pictureArea() const {
+    const int margin = isBlended_ ? style_->shadow : 0;
+    return {QPoint(margin, margin), picture_->size()};
+}
+
+void SuggestionOverlayWidget::place() {
+    const QRect screen = screen_->availableGeometry();
+    const OverlayPoint at =
+        placeOverlay(overlaySize(picture_->size()), {{screen.x(), screen.y()}, overlaySize(screen.size())},
+                     {pointer_.x(), pointer_.y()}, appearance_.position);
+    const QPoint margin = pictureArea().topLeft();
+    const QSize size = picture_->size() + QSize(2 * margin.x(), 2 * margin.y());
+    setScreen(screen_);
+    setGeometry(QRect(QPoint(at.x, at.y) - margin, size));
+    shape();
+}
+
+/// Without somebody who blends windows, corners that are not painted would be black: cut them off.
+void SuggestionOverlayWidget::shape() {
+    if (isBlended_) {
+        clearMask();
+        return;
+    }
+    QPainterPath outline;
+    outline.addRoundedRect(QRectF(rect()), style_->radius, style_->radius);
+    setMask(QRegion(outline.toFillPolygon().toPolygon()));
+}
+
+void SuggestionOverlayWidget::paintShadow(QPainter& painter) const {
+    painter.setBrush(Qt::NoBrush);
+    const int reach = style_->shadow;
+    const QRectF edge = QRectF(pictureArea()).translated(0, reach / 5.0);
+    for (int distance = 0; distance < reach * 4 / 5; ++distance) {
+        const double nearness = 1.0 - distance / (reach * 0.8);
+        painter.setPen(QPen(QColor(0, 0, 0, static_cast<int>(kShadowDarkness * nearness * nearness)), 1.5));
+        const QRectF ring = edge.adjusted(-distance, -distance, distance, distance);
+        painter.drawRoundedRect(ring, style_->radius + distance, style_->radius + distance);
+    }
+}
+
+void SuggestionOverlayWidget::paintEvent(QPaintEvent* event) {
+    if (!picture_)
+        return;
+    const OverlayColors& colors = overlayColors(isDark());
+    QPainter painter(this);
+    painter.setClipRegion(event->region());
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (isBlended_ && !event->region().boundingRect().intersected(rect()).isEmpty() &&
+        event->rect().height() > style_->barHeight)
+        paintShadow(painter);
+    const QRect area = pictureArea();
+    if (isBlended_) {
+        painter.setPen(QPen(qColor(colors.edge), 1));
+        painter.setBrush(qColor(colors.background));
+        painter.drawRoundedRect(QRectF(area).adjusted(0.5, 0.5, -0.5, -0.5), style_->radius, style_->radius);
+    } else {
+        painter.fillRect(area, qColor(colors.edge));
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(qColor(colors.background));
+        painter.drawRoundedRect(QRectF(area).adjusted(1, 1, -1, -1), style_->radius - 1, style_->radius - 1);
+    }
+    painter.translate(area.topLeft());
+    picture_->paint(painter, colors, icon_, timeLeft_);
+}
+
+bool SuggestionOverlayWidget::event(QEvent* event) {
+    if (event->type() == QEvent::PlatformSurface &&
+        static_cast<QPlatformSurfaceEvent*>(event)->surfaceEventType() ==
+            QPlatformSurfaceEvent::SurfaceCreated)
+        surroundings_.adoptWindow(internalWinId());
+    return QWidget::event(event);
+}
+
+} // namespace varnel
