@@ -92,7 +92,24 @@ TEST(WindowFocusCoordinator, RetriesTheFourStepsOnceAndTracesTheirErrors) {
               }));
 }
 
-// The steps between refreshing and the decision are the same each time; rows tell what differs.
+Lines joined(std::initializer_list<Lines> parts) {
+    Lines all;
+    for (const Lines& part : parts)
+        all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+/// The four steps, each with the same result.
+Lines focusSteps(const std::string& result, const std::string& first = "postActivationFocusedWindow",
+                 const std::string& prefix = "windowFocus.") {
+    return {prefix + first + "=" + result, prefix + "main=" + result, prefix + "focused=" + result,
+            prefix + "raise=" + result};
+}
+Lines retrySteps(const std::string& result) {
+    return focusSteps(result, "focusedWindow", "windowFocus.retry.");
+}
+
+// What comes before the decision and between it and the ending is the same each time.
 TEST(WindowFocusCoordinator, DecidesOnActivationAndOnTheFinalCheck) {
     struct Row {
         const char* name;
@@ -106,7 +123,47 @@ TEST(WindowFocusCoordinator, DecidesOnActivationAndOnTheFinalCheck) {
         WindowFocusOutcome outcome;
     };
     constexpr auto ok = AccessibilityResult::success, bad = AccessibilityResult::failure;
+    const Lines initial{"windowFocus.targetWindowFrontmost.initial=false windowNumber=7"};
     const Row rows[] = {
+        {"the second pass brings the window forward",
+         false,
+         7,
+         {false, false, true},
+         kTarget,
+         ok,
+         {"windowFocus.targetWindowFrontmost.preActivation=false windowNumber=7",
+          "windowFocus.activateApplication=true"},
+         joined({initial,
+                 retrySteps("0"),
+                 {"windowFocus.targetWindowFrontmost.retry=true",
+                  "windowFocus.finish=true requiresApplicationSwitch=true targetFrontmost=true "
+                  "targetWindowFrontmost=true"}}),
+         {true, true, true, true}},
+        {"another window of the application in front stays before it",
+         true,
+         7,
+         {false, false, false},
+         kTarget,
+         bad,
+         {"windowFocus.targetWindowFrontmost.preActivation=false windowNumber=7",
+          "windowFocus.activateApplication.skippedAlreadyFrontmost=true",
+          "windowFocus.activateApplication=false"},
+         joined({initial,
+                 retrySteps("-25200"),
+                 {"windowFocus.targetWindowFrontmost.retry=false",
+                  "windowFocus.finish=false requiresApplicationSwitch=false targetFrontmost=true "
+                  "targetWindowFrontmost=false"}}),
+         {false, false, true, false}},
+        {"nobody knows the number, and nobody is in front",
+         false,
+         std::nullopt,
+         {},
+         std::nullopt,
+         ok,
+         {"windowFocus.activateApplication=true"},
+         {"windowFocus.finish=false requiresApplicationSwitch=true targetFrontmost=false "
+          "targetWindowFrontmost=false"},
+         {false, true, false, std::nullopt}},
         {"the caller knows that the application is in front",
          true,
          7,
@@ -174,11 +231,13 @@ TEST(WindowFocusCoordinator, DecidesOnActivationAndOnTheFinalCheck) {
         sequence.accessibility.result = row.result;
         EXPECT_EQ(sequence.run(), row.outcome);
         EXPECT_EQ(sequence.activations, row.outcome.requiresApplicationSwitch ? 1 : 0);
-        const Lines& lines = sequence.log.lines;
-        ASSERT_EQ(lines.size(), 3 + row.decision.size() + 5 + row.ending.size());
-        EXPECT_EQ(Lines(lines.begin() + 3, lines.begin() + 3 + static_cast<long>(row.decision.size())),
-                  row.decision);
-        EXPECT_EQ(Lines(lines.end() - static_cast<long>(row.ending.size()), lines.end()), row.ending);
+        const std::string result = std::to_string(static_cast<int>(row.result));
+        EXPECT_EQ(sequence.log.lines, joined({{"windowFocus.start", "windowFocus.focusedWindow=" + result,
+                                               "windowFocus.initialRaise=" + result},
+                                              row.decision,
+                                              {"windowFocus.refreshWindow=true"},
+                                              focusSteps(result),
+                                              row.ending}));
     }
 }
 
