@@ -12,7 +12,7 @@ std::optional<std::string> KeyboardShortcutCommand::execute() {
         services_.log.write(LogLevel::error, kShortcutLog,
                             "invalid shortcut displayName=" + parameters_.displayName +
                                 " raw=" + parameters_.shortcutToken);
-        return localized("Invalid keyboard shortcut: " + (token.empty() ? parameters_.displayName : token));
+        return localized("Invalid keyboard shortcut: %1", {token.empty() ? parameters_.displayName : token});
     }
     const std::string& normalized = shortcut->normalizedToken;
     const auto route = chooseRoute(normalized);
@@ -21,13 +21,13 @@ std::optional<std::string> KeyboardShortcutCommand::execute() {
     if (!services_.eventPoster(makeShortcutEvents(normalized, shortcut->keyCode),
                                std::get<KeyboardShortcutDeliveryRoute>(route))) {
         services_.log.write(LogLevel::error, kShortcutLog, "post failed normalized=" + normalized);
-        return localized("Failed to send shortcut: " + normalized);
+        return localized("Failed to send shortcut: %1", {normalized});
     }
     return successMessage(*shortcut);
 }
 
 std::string KeyboardShortcutCommand::successMessage(const ParsedKeyToken& shortcut) {
-    return localized("Sent shortcut: " + shortcut.normalizedToken);
+    return localized("Sent shortcut: %1", {shortcut.normalizedToken});
 }
 
 std::variant<KeyboardShortcutDeliveryRoute, std::string>
@@ -44,7 +44,7 @@ KeyboardShortcutCommand::chooseRoute(const std::string& normalized) const {
     const std::optional<std::int32_t> process = services_.frontmostProcessIdentifier();
     if (!process) {
         services_.log.write(LogLevel::error, kShortcutLog, "frontmost process unavailable");
-        return localized("No frontmost application to receive shortcut: " + normalized);
+        return localized("No frontmost application to receive shortcut: %1", {normalized});
     }
     return KeyboardShortcutDeliveryRoute(LocalRoute{*process});
 }

@@ -16,7 +16,7 @@ std::expected<DynamicChoiceList, std::string>
 choiceList(std::string title, std::expected<std::vector<PluginChoice>, std::string> offered) {
     if (!offered)
         return std::unexpected(
-            singleLine(localized("Failed to execute action: " + offered.error()), kPluginStatusLength));
+            singleLine(localized("Failed to execute action: %1", {offered.error()}), kPluginStatusLength));
     DynamicChoiceList list{.title = std::move(title), .choices = {}};
     list.choices.reserve(offered->size());
     for (PluginChoice& each : *offered) {
