@@ -2,9 +2,12 @@
 
 #include "base/PosixFileSystem.h"
 #include "base/SharedPreferences.h"
+#include "cli/AbsolutePath.h"
 #include "config/ConfigDocument.h"
 #include "config/LocalConfigStorageProvider.h"
 #include "runtime/RuntimePaths.h"
+
+#include <cstdlib>
 
 namespace varnel {
 
@@ -17,6 +20,11 @@ std::expected<std::string, std::string> activeConfigPath() {
     if (auto loaded = preferences->reload(); !loaded)
         return std::unexpected(loaded.error());
     return locateConfigFile(files, *preferences, paths.home);
+}
+
+std::string temporaryFolder() {
+    const char* folder = std::getenv("TMPDIR");
+    return folder && folder[0] == '/' ? folder : "/tmp";
 }
 
 } // namespace
@@ -44,6 +52,19 @@ std::expected<ConfigFileDocument, std::string> loadConfig(const VerbCall& call) 
     if (!document)
         return std::unexpected(file->path + ": " + describe(document.error()));
     return std::move(*document);
+}
+
+std::expected<void, std::string> saveConfig(const std::string& path, const std::string& text) {
+    RuntimePaths paths = RuntimePaths::fromEnvironment();
+    PosixFileSystem files;
+    const auto preferences = openSystemPreferences(files, paths.preferences);
+    auto storage = LocalConfigStorageProvider::locate({files, *preferences, paths.home, temporaryFolder()},
+                                                      absolutePath(path));
+    if (!storage)
+        return std::unexpected(describe(storage.error()));
+    if (auto written = (*storage)->write(text); !written)
+        return std::unexpected(describe(written.error()));
+    return {};
 }
 
 } // namespace varnel

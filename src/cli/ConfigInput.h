@@ -20,6 +20,9 @@ struct ConfigText {
 std::expected<ConfigText, std::string> readConfig(const VerbCall& call,
                                                   const std::optional<std::string>& argument = std::nullopt);
 
+/// Saves as the application does, with the backup. The error is a sentence.
+std::expected<void, std::string> saveConfig(const std::string& path, const std::string& text);
+
 /// The decoded configuration of `--config`, else the active one.
 std::expected<ConfigFileDocument, std::string> loadConfig(const VerbCall& call);
 

@@ -16,10 +16,12 @@
 namespace varnel {
 
 /// What a check knows of this machine: the actions of the packages beside the built-in ones, which packages
-/// do not run, and which applications are installed. Any thread.
+/// do not run, and which applications are installed. Any thread; the result is for one at a time.
 CheckSurroundings surroundingsOf(const PluginRegistry& registry);
-/// Why no application can be opened by this path here, as a clause; empty when one can. Starts nothing.
-std::string whyNoApplication(const std::string& path);
+
+/// Tells why no application can be opened by a path here, as a clause; empty when one can. Starts nothing.
+/// For one thread at a time.
+std::function<std::string(const std::string& path)> makeApplicationFinder();
 
 /// What the check says of the configuration that runs.
 struct ConfigReviewResult {
@@ -34,7 +36,7 @@ class ConfigReview {
 public:
     struct Surroundings {
         EventLoop& loop;
-        SerialExecutor& executor; ///< must have ended before the review is destroyed, or outlive it
+        SerialExecutor& executor;
         LogSink& log;
         std::function<std::string()> configPath;
         std::function<std::shared_ptr<const PluginRegistry>()> registry;
@@ -51,13 +53,13 @@ public:
 
 private:
     void review();
-    void finished(const std::string& file, std::vector<Diagnostic> found);
+    void finished(const std::string& file, const std::vector<Diagnostic>& found);
 
     Surroundings surroundings_;
     Subscription waiting_;
-    std::shared_ptr<int> generation_; ///< a review that another one overtook is dropped
+    std::shared_ptr<ConfigReview*> self_; ///< of the review under way; one that was overtaken is dropped
     ConfigReviewResult result_;
-    std::vector<Diagnostic> logged_; ///< so that a reload repeats nothing
+    std::vector<std::string> logged_; ///< so that a reload repeats nothing
 };
 
 /// Longer than everything that a start sets off.

@@ -1,35 +1,9 @@
-#include "base/PosixFileSystem.h"
-#include "base/SharedPreferences.h"
-#include "cli/AbsolutePath.h"
 #include "cli/ConfigInput.h"
 #include "config/ConfigDocument.h"
-#include "config/LocalConfigStorageProvider.h"
-#include "runtime/RuntimePaths.h"
-
-#include <cstdlib>
 
 namespace varnel {
 
 namespace {
-
-std::string temporaryFolder() {
-    const char* folder = std::getenv("TMPDIR");
-    return folder && folder[0] == '/' ? folder : "/tmp";
-}
-
-/// Saves as the application does, with the backup. The error is a sentence.
-std::expected<void, std::string> save(const std::string& path, const std::string& canonical) {
-    RuntimePaths paths = RuntimePaths::fromEnvironment();
-    PosixFileSystem files;
-    const auto preferences = openSystemPreferences(files, paths.preferences);
-    auto storage = LocalConfigStorageProvider::locate({files, *preferences, paths.home, temporaryFolder()},
-                                                      absolutePath(path));
-    if (!storage)
-        return std::unexpected(describe(storage.error()));
-    if (auto written = (*storage)->write(canonical); !written)
-        return std::unexpected(describe(written.error()));
-    return {};
-}
 
 int fail(Console& console, const std::string& message) {
     console.complain(message);
@@ -66,7 +40,7 @@ int run(const VerbCall& call, Console& console) {
     }
     if (isCanonical)
         return ExitStatus::fine;
-    if (auto saved = save(file->path, *canonical); !saved)
+    if (auto saved = saveConfig(file->path, *canonical); !saved)
         return fail(console, saved.error());
     return ExitStatus::fine;
 }

@@ -4,6 +4,7 @@
 #include "base/Uuid.h"
 #include "keyboard/HintState.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,7 +24,8 @@ struct Record {
         friend bool operator==(const Run&, const Run&) = default;
     };
 
-    Duration time{}; ///< since the start
+    Duration time{};      ///< since the start
+    std::size_t line = 0; ///< of the script's statement that it came from
     Event event = Event::keyDown;
     std::vector<std::string> tokens; ///< offered to the engine
     bool swallowed = false;

@@ -144,6 +144,8 @@ public:
         choices_->add(choices.titles);
         emitTimerIfChanged(before);
     }
+    /// The line of the statement that is played next.
+    void begin(std::size_t line) { line_ = line; }
     void reload(ConfigItems items) { manager_.updateConfiguration(std::move(items)); }
 
 private:
@@ -197,6 +199,7 @@ private:
         StateNow state = stateNow();
         Record record;
         record.time = loop_.now().time_since_epoch();
+        record.line = line_;
         record.event = event;
         record.tokens = tokens_;
         record.swallowed = swallowed;
@@ -231,6 +234,7 @@ private:
                             .dynamicChoiceRegistry = &registry_,
                             .localMonitorFactory = nullptr}};
     KeyFlags held_ = 0;
+    std::size_t line_ = 0;
 };
 
 } // namespace
@@ -251,6 +255,7 @@ std::expected<void, ScriptError> simulate(std::string_view script, ConfigItems i
 
     Player player(std::move(items), emit);
     for (const Statement& statement : *statements) {
+        player.begin(statement.line);
         if (std::holds_alternative<Reload>(statement.action)) {
             player.reload(std::move(reloads.front()));
             reloads.pop_front();
