@@ -12,6 +12,9 @@ extern const Verb kTokenVerb;
 extern const Verb kLabelsVerb;
 extern const Verb kLookupVerb;
 extern const Verb kSimulateVerb;
+extern const Verb kTreeVerb;
+extern const Verb kConflictVerb;
+extern const Verb kRegroupVerb;
 extern const Verb kOperationsVerb;
 extern const Verb kPluginsVerb;
 extern const Verb kShortcutVerb;
@@ -34,6 +37,9 @@ constexpr const Verb* kVerbs[] = {
     &kLabelsVerb,
     &kLookupVerb,
     &kSimulateVerb,
+    &kTreeVerb,
+    &kConflictVerb,
+    &kRegroupVerb,
     &kOperationsVerb,
     &kPluginsVerb,
     &kShortcutVerb,

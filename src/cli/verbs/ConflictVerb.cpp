@@ -1,0 +1,43 @@
+#include "cli/ConfigInput.h"
+#include "cli/verbs/ConflictLine.h"
+
+namespace varnel {
+
+namespace {
+
+constexpr VerbOption kExcept{"--except", "ID", "leave out the item with this identifier"};
+
+int run(const VerbCall& call, Console& console) {
+    std::optional<Uuid> excluded;
+    if (const auto text = call.value(kExcept.name)) {
+        excluded = Uuid::parse(*text);
+        if (!excluded) {
+            console.complain("--except needs an identifier of 36 characters, not '" + *text + "'");
+            return ExitStatus::failed;
+        }
+    }
+    const auto document = loadConfig(call);
+    if (!document) {
+        console.complain(document.error());
+        return ExitStatus::failed;
+    }
+    const auto conflict = findTriggerConflict(call.arguments, excluded, document->items);
+    if (!conflict)
+        return ExitStatus::fine;
+    console.out.line(conflictLine(*conflict));
+    return ExitStatus::no;
+}
+
+constexpr VerbOption kOptions[] = {kExcept, kConfigOption, kJSONOption};
+
+} // namespace
+
+extern const Verb kConflictVerb{.name = "conflict",
+                                .arguments = "TOKEN…",
+                                .summary = "tells which item has a trigger already",
+                                .minimumArguments = 1,
+                                .maximumArguments = kAnyNumber,
+                                .options = kOptions,
+                                .run = run};
+
+} // namespace varnel
