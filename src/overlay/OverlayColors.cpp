@@ -61,7 +61,7 @@ const OverlayColors& overlayColors(bool isDark) {
 }
 
 double contrast(OverlayColor a, OverlayColor b) {
-    const auto [darker, lighter] = std::minmax(luminance(a), luminance(b));
+    const auto [darker, lighter] = std::minmax({luminance(a), luminance(b)});
     return (lighter + 0.05) / (darker + 0.05);
 }
 
