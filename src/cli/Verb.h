@@ -48,7 +48,7 @@ struct VerbCall {
 /// One word of the command line, in a file of its own below verbs/. Listed in Verbs.cpp.
 struct Verb {
     std::string_view name;
-    std::string_view arguments; ///< as the help shows them: "TOKEN…"
+    std::string_view arguments = {}; ///< as the help shows them: "TOKEN…"
     std::string_view summary;   ///< one line for the list of verbs
     std::size_t minimumArguments = 0;
     std::size_t maximumArguments = 0;
