@@ -26,7 +26,11 @@ target_compile_options(varnel_options INTERFACE -Wall -Wextra -Wshadow -Wnon-vir
   # libstdc++ 12's own std::stable_sort uses what it declares deprecated.
   $<$<CXX_COMPILER_ID:Clang>:-Wno-deprecated-declarations>
   -ffunction-sections -fdata-sections)
-target_link_options(varnel_options INTERFACE -Wl,--gc-sections)
+if(APPLE)
+  target_link_options(varnel_options INTERFACE -Wl,-dead_strip)
+else()
+  target_link_options(varnel_options INTERFACE -Wl,--gc-sections)
+endif()
 target_link_libraries(varnel_options INTERFACE Threads::Threads)
 if(VARNEL_SANITIZE)
   target_compile_options(varnel_options INTERFACE -fsanitize=${VARNEL_SANITIZE} -fno-omit-frame-pointer
@@ -45,11 +49,28 @@ if(VARNEL_TIDY)
   set(CMAKE_CXX_CLANG_TIDY clang-tidy-19)
 endif()
 
+if(VARNEL_PRELUDE)
+  file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/prelude.cpp CONTENT "")
+  add_library(varnel_prelude OBJECT ${CMAKE_CURRENT_BINARY_DIR}/prelude.cpp)
+  target_link_libraries(varnel_prelude PRIVATE varnel_options)
+  target_precompile_headers(varnel_prelude PRIVATE <algorithm> <array> <atomic> <charconv> <chrono> <deque> <expected>
+    <functional> <map> <memory> <mutex> <optional> <ranges> <set> <span> <string> <string_view> <thread> <utility>
+    <variant> <vector> "${CMAKE_SOURCE_DIR}/src/base/EventLoop.h" "${CMAKE_SOURCE_DIR}/src/base/JSONValue.h"
+    "${CMAKE_SOURCE_DIR}/src/base/Text.h")
+endif()
+
 # varnel_library(NAME SOURCES... ): the static library varnel_NAME, alias Varnel::NAME.
 function(varnel_library name)
   add_library(varnel_${name} STATIC ${ARGN})
   add_library(Varnel::${name} ALIAS varnel_${name})
   target_link_libraries(varnel_${name} PUBLIC varnel_options)
+  if(VARNEL_PRELUDE)
+    target_precompile_headers(varnel_${name} REUSE_FROM varnel_prelude)
+    # Objective-C++ reads headers in another way than C++.
+    set(objective ${ARGN})
+    list(FILTER objective INCLUDE REGEX "\\.mm$")
+    set_source_files_properties(${objective} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
+  endif()
 endfunction()
 
 # varnel_test(NAME [LIVE] SOURCES... LIBS...): one test program for a folder. LIVE programs use real X servers or
