@@ -8,6 +8,8 @@ extern const Verb kRunVerb;
 extern const Verb kCheckVerb;
 extern const Verb kFormatVerb;
 extern const Verb kCheatsheetVerb;
+extern const Verb kImportVerb;
+extern const Verb kSchemaVerb;
 extern const Verb kTokenVerb;
 extern const Verb kLabelsVerb;
 extern const Verb kLookupVerb;
@@ -33,6 +35,8 @@ constexpr const Verb* kVerbs[] = {
     &kCheckVerb,
     &kFormatVerb,
     &kCheatsheetVerb,
+    &kImportVerb,
+    &kSchemaVerb,
     &kTokenVerb,
     &kLabelsVerb,
     &kLookupVerb,
