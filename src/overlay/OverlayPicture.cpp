@@ -10,6 +10,9 @@
 namespace varnel {
 namespace {
 
+/// Widths of texts are rounded; without this, some that fit would be cut.
+constexpr int kSlack = 2;
+
 QString qText(const std::string& text) {
     return QString::fromStdString(text);
 }
@@ -49,12 +52,15 @@ OverlayPicture::OverlayPicture(SuggestionOverlayState state, const OverlayStyle&
     hasFooter_ = !state_.message.empty() || rows_.pages > 1;
 
     const int markWidth = rows_.pages > 1 ? style.smallMetrics.horizontalAdvance(pageMark()) : 0;
-    const int messageWidth = style.smallMetrics.horizontalAdvance(qText(state_.message));
+    // Alone, a message is what there is to read, not a note.
+    const QFontMetrics& footerMetrics = state_.rows.empty() ? style.textMetrics : style.smallMetrics;
+    const int messageWidth =
+        state_.message.empty() ? 0 : footerMetrics.horizontalAdvance(qText(state_.message)) + kSlack;
     const int footerWidth = messageWidth + (messageWidth > 0 && markWidth > 0 ? style.em * 2 : 0) + markWidth;
     const int rowsWidth = rows_.size.width;
     // Long titles and messages do not make the window wider than a readable line.
     const int wish =
-        std::max({rowsWidth, std::min(headerWidth(), style.em * 30), std::min(footerWidth, style.em * 30),
+        std::max({rowsWidth, std::min(headerWidth(), style.em * 30), std::min(footerWidth, style.em * 36),
                   state_.rows.empty() ? 0 : style.em * 10});
     const int width = std::min(wish, space.width - padding * 2);
     int y = padding;
@@ -112,7 +118,7 @@ RowExtent OverlayPicture::extentOf(const SuggestionRow& row) const {
         text += style_.gap + style_.smallMetrics.horizontalAdvance(qText(row.detail));
     if (const QString trailing = trailingText(row); !trailing.isEmpty())
         text += style_.gap + style_.smallMetrics.horizontalAdvance(trailing) + style_.em * 3 / 4;
-    return {capsWidth(row.caps), text};
+    return {capsWidth(row.caps), text + kSlack};
 }
 
 int OverlayPicture::headerWidth() const {
@@ -123,7 +129,7 @@ int OverlayPicture::headerWidth() const {
         width += capsWidth(state_.input) + style_.gap;
     if (!state_.refused.empty())
         width += capsWidth(state_.refused) + style_.gap;
-    return width + style_.titleMetrics.horizontalAdvance(qText(state_.title)) + 2;
+    return width + style_.titleMetrics.horizontalAdvance(qText(state_.title)) + kSlack;
 }
 
 QString OverlayPicture::pageMark() const {
@@ -212,7 +218,8 @@ void OverlayPicture::paintRow(QPainter& painter, const OverlayColors& colors, co
     const bool isFaint = row.isRuledOut || row.availability != HintAvailability::available;
     const std::size_t perColumn = static_cast<std::size_t>(rows_.rowsPerColumn);
     const OverlayColumn& column = rows_.columns[index % rows_.rowsPerPage() / perColumn];
-    paintCaps(painter, colors, area.x(), middle, row.caps,
+    // The key stands next to the name, its modifiers before it.
+    paintCaps(painter, colors, area.x() + column.caps - capsWidth(row.caps), middle, row.caps,
               isFaint       ? CapLook::faint
               : row.isGroup ? CapLook::group
                             : CapLook::plain);
@@ -273,38 +280,42 @@ int OverlayPicture::paintTrailing(QPainter& painter, const OverlayColors& colors
         painter.setPen(QPen(ink, 1.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
         painter.drawPolyline(
             QPolygonF{{tip.x() - size, tip.y() - size}, tip, {tip.x() - size, tip.y() + size}});
-        place.setRight(area.right() - style_.em / 2);
+        place.setRight(area.right() - style_.em * 5 / 8);
     }
     painter.drawText(place, Qt::AlignVCenter | Qt::AlignRight, text);
-    return style_.smallMetrics.horizontalAdvance(text) + style_.gap + style_.em / 2;
+    return style_.smallMetrics.horizontalAdvance(text) + style_.gap + (isWarning ? 0 : style_.em * 5 / 8);
 }
 
-/// The application's icon, or a tile with its first letter.
+/// The application's icon, or the outline of a window.
 void OverlayPicture::paintIcon(QPainter& painter, const OverlayColors& colors, const SuggestionRow& row,
                                const QRect& area, const IconSource& icon) const {
     const QPixmap pixmap = icon ? icon(row.applicationPath) : QPixmap();
     if (!pixmap.isNull()) {
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
         painter.drawPixmap(area, pixmap);
         return;
     }
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(qColor(colors.capEdge));
-    painter.drawRoundedRect(area, style_.em / 4.0, style_.em / 4.0);
-    painter.setFont(style_.small);
-    painter.setPen(qColor(colors.text));
-    painter.drawText(area, Qt::AlignCenter, qText(row.name).left(1).toUpper());
+    const double inset = area.width() / 8.0;
+    const QRectF window = QRectF(area).adjusted(inset, inset * 1.5, -inset, -inset * 1.5);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(qColor(row.isChosen ? colors.chosenText : colors.secondary), 1.3));
+    painter.drawRoundedRect(window, inset, inset);
+    const double bar = window.top() + window.height() * 0.3;
+    painter.drawLine(QPointF(window.left(), bar), QPointF(window.right(), bar));
 }
 
 void OverlayPicture::paintFooter(QPainter& painter, const OverlayColors& colors) const {
-    painter.setFont(style_.small);
-    painter.setPen(qColor(state_.rows.empty() ? colors.text : colors.secondary));
+    const bool isAlone = state_.rows.empty();
+    painter.setFont(isAlone ? style_.text : style_.small);
+    painter.setPen(qColor(isAlone ? colors.text : colors.secondary));
     QRect place = footer_;
     if (rows_.pages > 1) {
         painter.drawText(place, Qt::AlignVCenter | Qt::AlignRight, pageMark());
         place.setRight(place.right() - style_.smallMetrics.horizontalAdvance(pageMark()) - style_.gap);
     }
     painter.drawText(place, Qt::AlignVCenter | Qt::AlignLeft,
-                     style_.smallMetrics.elidedText(qText(state_.message), Qt::ElideRight, place.width()));
+                     (isAlone ? style_.textMetrics : style_.smallMetrics)
+                         .elidedText(qText(state_.message), Qt::ElideRight, place.width()));
 }
 
 } // namespace varnel

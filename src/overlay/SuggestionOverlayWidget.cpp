@@ -145,13 +145,17 @@ void SuggestionOverlayWidget::shape() {
     setMask(QRegion(outline.toFillPolygon().toPolygon()));
 }
 
+/// Rings that grow fainter outwards, a little lower than the window, as light from above makes them.
 void SuggestionOverlayWidget::paintShadow(QPainter& painter) const {
+    const double reach = style_->shadow * 0.8;
+    const QRectF edge = QRectF(pictureArea()).translated(0, style_->shadow / 5.0);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(0, 0, 0, kShadowDarkness));
+    painter.drawRoundedRect(edge, style_->radius, style_->radius);
     painter.setBrush(Qt::NoBrush);
-    const int reach = style_->shadow;
-    const QRectF edge = QRectF(pictureArea()).translated(0, reach / 5.0);
-    for (int distance = 0; distance < reach * 4 / 5; ++distance) {
-        const double nearness = 1.0 - distance / (reach * 0.8);
-        painter.setPen(QPen(QColor(0, 0, 0, static_cast<int>(kShadowDarkness * nearness * nearness)), 1.5));
+    for (double distance = 0.5; distance < reach; ++distance) {
+        const double nearness = 1.0 - distance / reach;
+        painter.setPen(QPen(QColor(0, 0, 0, static_cast<int>(kShadowDarkness * nearness * nearness)), 1));
         const QRectF ring = edge.adjusted(-distance, -distance, distance, distance);
         painter.drawRoundedRect(ring, style_->radius + distance, style_->radius + distance);
     }
@@ -164,8 +168,7 @@ void SuggestionOverlayWidget::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
     painter.setClipRegion(event->region());
     painter.setRenderHint(QPainter::Antialiasing);
-    if (isBlended_ && !event->region().boundingRect().intersected(rect()).isEmpty() &&
-        event->rect().height() > style_->barHeight)
+    if (isBlended_ && event->rect().height() > style_->barHeight)
         paintShadow(painter);
     const QRect area = pictureArea();
     if (isBlended_) {

@@ -2,6 +2,7 @@
 // own.
 //   show SCENE [THEME [TEXTSIZE [POSITION]]]   page TURNS   time FRACTION   hide   quit
 //   cycle COUNT MILLISECONDS                   shows and hides COUNT times, each state as long as that
+//   wallpaper                                  puts something pleasant behind everything
 //   geometry                                   answers "X Y WIDTH HEIGHT" of the window
 
 #include "Scenes.h"
@@ -10,6 +11,9 @@
 #include "overlay/SuggestionOverlayWidget.h"
 
 #include <QApplication>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QScreen>
 
 #include <algorithm>
 #include <iostream>
@@ -18,6 +22,23 @@
 using namespace varnel;
 
 namespace {
+
+/// A full-screen picture that nobody manages.
+class Wallpaper : public QWidget {
+public:
+    Wallpaper()
+        : QWidget(nullptr, Qt::X11BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus) {
+        setGeometry(QGuiApplication::primaryScreen()->geometry());
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QLinearGradient sky(0, 0, width() / 3.0, height());
+        sky.setColorAt(0, QColor(78, 112, 150));
+        sky.setColorAt(1, QColor(206, 176, 150));
+        QPainter(this).fillRect(rect(), sky);
+    }
+};
 
 class Stage {
 public:
@@ -49,6 +70,8 @@ private:
             moveBar(words);
         else if (verb == "hide")
             widget_.hide();
+        else if (verb == "wallpaper")
+            wallpaper_.show();
         else if (verb == "cycle")
             return beginCycle(words);
         else if (verb == "geometry")
@@ -99,6 +122,7 @@ private:
     std::unique_ptr<OverlaySurroundings> surroundings_;
     ApplicationIcons icons_;
     SuggestionOverlayWidget widget_;
+    Wallpaper wallpaper_;
     OverlayAppearance appearance_;
     SuggestionOverlayState state_;
     int cyclesLeft_ = 0;
