@@ -43,10 +43,14 @@ void CaptureProtocol::setInterest(Mode mode, std::shared_ptr<const GrabPlan> pla
 }
 
 void CaptureProtocol::handle(const GrabbedKey& event) {
+    if (event.settled == GrabbedKey::Settled::replayed)
+        return;
     const bool swallow = event.isPress ? swallowsPress(event) : swallowsRelease(event);
     // Whatever decides who gets the next key must be in force before the server moves on to it.
     applyInterest(&event);
-    if (swallow)
+    if (event.settled == GrabbedKey::Settled::taken)
+        settle(event, swallow);
+    else if (swallow)
         keep(event);
     else
         forward(event);
@@ -103,7 +107,7 @@ void CaptureProtocol::keep(const GrabbedKey& event) {
     }
     mine_.reset(event.key);
     orphans_.reset(event.key);
-    if (mine_.any()) {
+    if (mine_.any() || guarding_) {
         requests_.answerKeep();
         return;
     }
@@ -122,6 +126,21 @@ void CaptureProtocol::forward(const GrabbedKey& event) {
     if (leavesRepeatAlone(event))
         meetRepeatsOf(lastKept_);
     requests_.answerReplay();
+}
+
+void CaptureProtocol::settle(const GrabbedKey& event, bool swallow) {
+    orphans_.set(event.key, swallow && event.isPress);
+    if (!event.isModifier && event.isPress)
+        lastKept_ = event.key;
+    meetRepeatsOf(lastKept_);
+}
+
+void CaptureProtocol::dropIdleGrab() {
+    if (!converted_ || mine_.any())
+        return;
+    // A key that comes in between is hardly ever meant for the application while a sequence is open.
+    requests_.drop(convertedIsCore_, !guarding_);
+    converted_ = false;
 }
 
 TapVerdict CaptureProtocol::offer(const GrabbedKey& event) {

@@ -36,6 +36,10 @@ struct GrabbedKey {
     bool isOurs = false;        ///< posted by this program
     bool isCore = false;        ///< came through a grab of the core protocol
     std::uint32_t time = 0;     ///< server time, milliseconds
+
+    /// What became of an event that was still unread when its grab was dropped; it wants no answer then.
+    enum class Settled { no, taken, replayed };
+    Settled settled = Settled::no;
 };
 
 /// What a keyboard or pointer did, told ahead of all grabs. Nothing stands still for it.
@@ -50,10 +54,11 @@ struct RawInput {
 /// Every grabbed key is answered exactly once: kept (swallowed) or replayed (the application gets it as if we
 /// were not there). While only watching, single combinations are grabbed; while capturing, a guard catches
 /// every key that is pressed. A swallowed press converts the grab into one that also sees the release, held
-/// until all swallowed keys are up again: that keeps auto-repeats and releases from the application, and lets
-/// other programs have the keyboard between two steps. A release whose press the application saw is replayed
-/// to it, which drops the grab; swallowed keys still down are orphans then, and a tail grab meets their
-/// repeats.
+/// until all swallowed keys are up again: that keeps auto-repeats and releases from the application. Between
+/// two steps it stays for a moment more, which spares a fast typist the change of focus that every new grab
+/// makes; then it is dropped, so that other programs can have the keyboard. A release whose press the
+/// application saw is replayed to it, which drops the grab; swallowed keys still down are orphans then, and a
+/// tail grab meets their repeats.
 ///
 /// A bare modifier that may be tapped is replayed when pressed and `arm`ed: the first key after its release
 /// is held back until raw input, which runs ahead, has told whether that release made a tap.
@@ -84,6 +89,9 @@ public:
         virtual void answerReplay() = 0;
         /// Keeps the event and drops the grab.
         virtual void answerUngrab(bool isCore) = 0;
+        /// Drops a converted grab with no event in hand. One that has been told by then and not been read is
+        /// handed on when `replay`, and belongs to us otherwise; either way it comes marked as settled.
+        virtual void drop(bool isCore, bool replay) = 0;
     };
 
     /// Who decides. May call `setInterest` meanwhile.
@@ -108,7 +116,12 @@ public:
     void reissue(bool afresh);
     /// To be called a second after `hasTail` became true: a key still down would have repeated by then.
     void dropTail();
+    /// To be called a moment after `holdsIdleGrab` became true, when the server says that no key is down:
+    /// then nothing but a press can come in between, and no application misses a release.
+    void dropIdleGrab();
 
+    /// A converted grab is held though no swallowed key is known to be down.
+    [[nodiscard]] bool holdsIdleGrab() const { return converted_ && mine_.none(); }
     [[nodiscard]] bool hasTail() const { return tail_ != 0; }
     /// Whether the keyboard depends on us beyond the event in hand.
     [[nodiscard]] bool holdsKeyboard() const { return guarding_ || converted_; }
@@ -124,6 +137,7 @@ private:
     bool swallowsRelease(const GrabbedKey& event);
     void keep(const GrabbedKey& event);
     void forward(const GrabbedKey& event);
+    void settle(const GrabbedKey& event, bool swallow);
     TapVerdict offer(const GrabbedKey& event);
     void armFor(const GrabbedKey& event);
     void followTap(const RawInput& input);

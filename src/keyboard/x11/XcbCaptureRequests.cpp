@@ -24,6 +24,7 @@ void XcbCaptureRequests::retarget(const Target& target) {
     refused_.clear();
     contestedKeys_.clear();
     guardIsWhole_ = true;
+    replaySequence_ = dropSequence_ = 0;
 }
 
 unsigned XcbCaptureRequests::grabKey(std::uint8_t key, const std::vector<std::uint32_t>& modifiers) {
@@ -223,6 +224,30 @@ void XcbCaptureRequests::answerUngrab(bool isCore) {
         xcb_ungrab_keyboard(target_.connection, XCB_CURRENT_TIME);
     else
         xcb_input_xi_ungrab_device(target_.connection, XCB_CURRENT_TIME, target_.keyboard);
+}
+
+void XcbCaptureRequests::drop(bool isCore, bool replay) {
+    replaySequence_ = 0;
+    if (replay)
+        replaySequence_ = xcb_input_xi_allow_events(target_.connection, XCB_CURRENT_TIME, target_.keyboard,
+                                                    XCB_INPUT_EVENT_MODE_REPLAY_DEVICE, 0, target_.root)
+                              .sequence;
+    dropSequence_ =
+        isCore ? xcb_ungrab_keyboard(target_.connection, XCB_CURRENT_TIME).sequence
+               : xcb_input_xi_ungrab_device(target_.connection, XCB_CURRENT_TIME, target_.keyboard).sequence;
+}
+
+GrabbedKey::Settled XcbCaptureRequests::settled(std::uint32_t fullSequence) {
+    // The numbers wrap around.
+    const auto isBefore = [fullSequence](std::uint32_t request) {
+        return request != 0 && static_cast<std::int32_t>(fullSequence - request) < 0;
+    };
+    if (isBefore(replaySequence_))
+        return GrabbedKey::Settled::replayed;
+    if (isBefore(dropSequence_))
+        return GrabbedKey::Settled::taken;
+    replaySequence_ = dropSequence_ = 0;
+    return GrabbedKey::Settled::no;
 }
 
 } // namespace varnel

@@ -51,6 +51,11 @@ public:
     void answerKeep() override;
     void answerReplay() override;
     void answerUngrab(bool isCore) override;
+    void drop(bool isCore, bool replay) override;
+
+    /// What became of an event, by the number of the last request that the server had seen when it told of
+    /// it. To be asked in the order of the events.
+    [[nodiscard]] GrabbedKey::Settled settled(std::uint32_t fullSequence);
 
 private:
     struct Awaited {
@@ -70,6 +75,9 @@ private:
     bool checks_ = true;
     bool guardIsWhole_ = true;
     std::deque<Awaited> awaited_;
+    // The requests of the last drop; 0 is none.
+    std::uint32_t replaySequence_ = 0;
+    std::uint32_t dropSequence_ = 0;
     std::vector<GrabCombination> byCore_;
     std::vector<GrabCombination> refused_;
     std::vector<std::uint8_t>

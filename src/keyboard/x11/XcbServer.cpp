@@ -2,6 +2,9 @@
 
 #include "keyboard/x11/XcbReply.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include <xcb/xinput.h>
 // The header names a field with a word that C++ keeps for itself.
 #define explicit explicit_
@@ -134,6 +137,19 @@ bool XcbServer::isHeldByOther() const {
                                  XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_OWNER_NO_OWNER, 1, &mask),
         nullptr));
     return reply && reply->status == XCB_GRAB_STATUS_ALREADY_GRABBED;
+}
+
+void XcbServer::waitForRequests() const {
+    xcb_connection_t* const c = connection.get();
+    const XcbOwned<xcb_get_input_focus_reply_t> done(
+        xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+}
+
+bool XcbServer::isAnyKeyDown() const {
+    xcb_connection_t* const c = connection.get();
+    const XcbOwned<xcb_query_keymap_reply_t> reply(xcb_query_keymap_reply(c, xcb_query_keymap(c), nullptr));
+    return reply && std::any_of(std::begin(reply->keys), std::end(reply->keys),
+                                [](std::uint8_t keys) { return keys != 0; });
 }
 
 void XcbServer::setLocks(std::uint8_t mask, std::uint8_t locks) const {

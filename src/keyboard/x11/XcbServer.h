@@ -35,6 +35,10 @@ struct XcbServer {
     [[nodiscard]] KeyboardMap loadMap() const;
     /// Whether another client holds the keyboard at this moment. Changes nothing.
     [[nodiscard]] bool isHeldByOther() const;
+    /// Returns when the server has carried out everything that was asked of it.
+    void waitForRequests() const;
+    /// As far as the server has seen; waits for its answer.
+    [[nodiscard]] bool isAnyKeyDown() const;
     /// Sets the locks of `mask` to what they are in `locks`.
     void setLocks(std::uint8_t mask, std::uint8_t locks) const;
 };

@@ -14,6 +14,8 @@ constexpr Duration kReconnectionWindow = 20s;
 constexpr Duration kReissueSoon = 100ms;
 constexpr Duration kReissueLater = 1s;
 constexpr Duration kTailTime = 1s;
+/// Longer than fast typing leaves between two keys, and shorter than it takes to open a menu.
+constexpr Duration kIdleGrabTime = 250ms;
 
 /// Counts calls, so that nothing is torn down beneath one.
 class Depth {
@@ -114,9 +116,7 @@ void XcbTap::closeDown() {
         requests_.answerReplay();
         requests_.answerUngrab(false);
         requests_.answerUngrab(true);
-        xcb_connection_t* const connection = server_.connection.get();
-        const XcbOwned<xcb_get_input_focus_reply_t> done(
-            xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+        server_.waitForRequests();
     }
     detach();
     afterWake_.reset();
@@ -129,6 +129,7 @@ void XcbTap::detach() {
     reissueSoon_.reset();
     reissueLater_.reset();
     tailTimer_.reset();
+    idleGrabTimer_.reset();
     hadTail_ = guardTold_ = false;
     setSocket(-1);
     protocol_.reset();
@@ -143,8 +144,12 @@ void XcbTap::setSocket(int descriptor) {
 
 void XcbTap::setInterest(const KeyInterest& interest) {
     interest_ = interest;
-    if (enabled_ && !invalidated_)
-        applyInterest();
+    if (!enabled_ || invalidated_)
+        return;
+    applyInterest();
+    // Whoever hears that keys are being captured may type at once.
+    if (protocol_ && !std::exchange(isInForce_, true))
+        server_.waitForRequests();
 }
 
 void XcbTap::applyInterest() {
@@ -152,8 +157,11 @@ void XcbTap::applyInterest() {
         return;
     const bool watches = interest_.mode == KeyInterest::Mode::watch;
     protocol_->setInterest(interest_.mode, watches ? planFor(interest_.tokens) : nullptr);
-    if (depth_ == 0)
-        followUp();
+    if (depth_ > 0)
+        return;
+    if (watches)
+        idleGrabTimer_.reset(); // nobody types a next step any more
+    followUp();
 }
 
 std::shared_ptr<const GrabPlan>
@@ -248,7 +256,8 @@ void XcbTap::handleKey(const xcb_input_key_press_event_t& event) {
                    .isPress = event.event_type == XCB_INPUT_KEY_PRESS,
                    .isRepeat = (event.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT) != 0,
                    .modifiers = requests_.map().withoutLocks(event.mods.effective),
-                   .time = event.time};
+                   .time = event.time,
+                   .settled = requests_.settled(event.full_sequence)};
     key.isOurs = event.sourceid == server_.postingDevice && options_.ledger != nullptr &&
                  options_.ledger->take({.key = key.key, .isPress = key.isPress});
     answer(key, static_cast<std::uint8_t>(event.mods.locked));
@@ -259,7 +268,9 @@ void XcbTap::handleCoreKey(const xcb_key_press_event_t& event) {
                    .isPress = (event.response_type & 0x7F) == XCB_KEY_PRESS,
                    .modifiers = requests_.map().withoutLocks(event.state),
                    .isCore = true,
-                   .time = event.time};
+                   .time = event.time,
+                   .settled =
+                       requests_.settled(reinterpret_cast<const xcb_generic_event_t&>(event).full_sequence)};
     // The core protocol does not mark repeats.
     key.isRepeat = key.isPress && protocol_->isSwallowed(key.key);
     answer(key, static_cast<std::uint8_t>(event.state));
@@ -318,6 +329,10 @@ void XcbTap::followUp() {
             self->followUp();
         });
     hadTail_ = protocol_->hasTail();
+    if (!protocol_->holdsIdleGrab())
+        idleGrabTimer_.reset();
+    else if (!idleGrabTimer_)
+        dropIdleGrabAfter(interest_.mode == KeyInterest::Mode::capture ? kIdleGrabTime : Duration::zero());
     const bool holds = protocol_->holdsKeyboard();
     if (holds == guardTold_ || options_.guardProgram.empty())
         return;
@@ -337,6 +352,27 @@ void XcbTap::followUp() {
             self->guard_->tell(self->guardTold_);
         });
     }
+}
+
+void XcbTap::dropIdleGrabAfter(Duration time) {
+    idleGrabTimer_ = loop_.after(time, [weak = weak_from_this()] {
+        if (const auto self = weak.lock())
+            self->dropIdleGrab();
+    });
+}
+
+void XcbTap::dropIdleGrab() {
+    idleGrabTimer_.reset();
+    const bool isAnyDown = server_.isAnyKeyDown();
+    // What was told ahead of the answer comes first.
+    drain();
+    if (!protocol_ || !protocol_->holdsIdleGrab())
+        return;
+    if (!isAnyDown)
+        protocol_->dropIdleGrab();
+    else
+        dropIdleGrabAfter(kIdleGrabTime);
+    followUp();
 }
 
 TapVerdict XcbTap::offer(const GrabbedKey& event) {

@@ -63,6 +63,8 @@ private:
     void scheduleReissue(bool managerChanged);
     void reissue();
     void followUp();
+    void dropIdleGrabAfter(Duration time);
+    void dropIdleGrab();
     void call(const KeyboardEvent& event, TapVerdict& verdict);
     void setSocket(int descriptor);
     void publishTrouble();
@@ -73,6 +75,7 @@ private:
     KeyInterest interest_;
     bool enabled_ = false;
     bool invalidated_ = false;
+    bool isInForce_ = false; ///< the server has carried out the first interest
     bool lost_ = false;
     int depth_ = 0; ///< calls of ours that are under way
     std::deque<TimePoint> reconnections_;
@@ -99,7 +102,7 @@ private:
     std::atomic<bool> frozen_{false};
     std::optional<StallWatchdog> watchdog_;
 
-    Subscription readable_, afterWake_, beforeSleep_, reissueSoon_, reissueLater_, tailTimer_;
+    Subscription readable_, afterWake_, beforeSleep_, reissueSoon_, reissueLater_, tailTimer_, idleGrabTimer_;
 };
 
 } // namespace varnel
