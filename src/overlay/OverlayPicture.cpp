@@ -168,7 +168,7 @@ int OverlayPicture::paintCap(QPainter& painter, const OverlayColors& colors, int
     if (look == CapLook::group)
         ink = colors.groupText;
     if (look == CapLook::faint)
-        ink = colors.faint;
+        face = colors.background, ink = colors.faint;
     if (look == CapLook::refused)
         face = edge = colors.refused, ink = colors.refusedText;
     paintKey(painter, area, style_.em / 4.0, qColor(face), qColor(edge));
