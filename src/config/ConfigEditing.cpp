@@ -30,7 +30,7 @@ std::string describe(const ConfigEditError& error) {
     case Kind::triggerNeedsKey:
         return localized("Trigger must include a non-modifier key.");
     case Kind::unknownStep:
-        return localized("The step cannot be typed: %1.", {KeyTokenCodec::explain(error.detail)});
+        return localized("A step cannot be typed: %1", {KeyTokenCodec::explain(error.detail)});
     case Kind::conflict:
         return error.conflict ? conflictMessage(*error.conflict) : localized("This trigger already exists.");
     case Kind::notAGroup:
