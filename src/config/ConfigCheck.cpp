@@ -15,7 +15,7 @@ Diagnostic loadFailure(std::string_view text, const ConfigDecodingError& error) 
     const bool isJSON = !fault.path.empty() || error.cause;
     Diagnostic failure = makeDiagnostic(isJSON ? RuleID::invalidConfiguration : RuleID::invalidJSON,
                                         describe(fault), describe(fault.path), fault.position);
-    const auto damage = isJSON ? findMisspelledMember(text, fault) : findBrokenNesting(text, fault.position);
+    const auto damage = isJSON ? findMisspelledMember(text, fault) : findBrokenText(text, fault.position);
     if (damage) {
         failure.message += "; " + damage->hint;
         failure.position = damage->position;

@@ -58,44 +58,60 @@ public:
         return std::nullopt;
     }
 
+    /// What opens content that is not indented, where all other content turned out to be.
+    [[nodiscard]] std::optional<JSONPosition> doubtful() const {
+        return step_ && hanging_ == 0 ? flush_ : std::nullopt;
+    }
+
 private:
     struct Container {
-        int line;
-        std::size_t column;
-        std::size_t indentation; ///< of the line that opens it
-        bool hasNeighbour;       ///< something else follows on the line that opens it
+        int line = 0;
+        std::size_t column = 0;
+        std::size_t indentation = 0; ///< of the line that opens it
+        bool hasNeighbour = false;   ///< something else follows on the line that opens it
         std::optional<std::size_t> content = std::nullopt;
     };
 
     std::optional<JSONPosition> compare(char first, std::size_t indentation, int number) {
-        if (open_.empty())
-            return std::nullopt;
+        if (open_.empty()) // what opens the whole is missing where the text begins with an indentation
+            return blameUnless(lastSign_ != '\0' || indentation == 0, {}, indentation, number);
+        if (lastSign_ == ':' && !isOpener(first)) // an opening bracket is missing at the end of that line
+            return JSONPosition{lastLine_, static_cast<int>(lastColumn_)};
         Container& container = open_.back();
         if (isCloser(first))
             return blameUnless(indentation == container.indentation, container, indentation, number);
-        if (lastSign_ == ':' && !isOpener(first)) // an opening bracket is missing at the end of that line
-            return JSONPosition{lastLine_, static_cast<int>(lastColumn_)};
         if (lastSign_ != ',' && !isOpener(lastSign_))
             return std::nullopt;
         if (!container.content) {
             container.content = indentation;
-            if (indentation > container.indentation)
-                indents_ = true;
-            else if (indents_)
-                return blameUnless(false, container, indentation, number);
+            return blameUnless(isUsualStep(container, indentation), container, indentation, number);
         }
         return blameUnless(indentation == *container.content, container, indentation, number);
     }
 
     /// Either the bracket that opened the container is too many or one that closes it is missing. The first
     /// shows where the bracket does not end its line as others do.
-    static std::optional<JSONPosition> blameUnless(bool agrees, const Container& container,
-                                                   std::size_t indentation, int number) {
+    [[nodiscard]] std::optional<JSONPosition> blameUnless(bool agrees, const Container& container,
+                                                          std::size_t indentation, int number) const {
         if (agrees)
             return std::nullopt;
-        if (container.hasNeighbour)
+        if (container.hasNeighbour && hanging_ == 0)
             return JSONPosition{container.line, static_cast<int>(container.column) + 1};
         return JSONPosition{number, static_cast<int>(indentation) + 1};
+    }
+
+    /// Whether content begins as far to the right of what opens it as it always did.
+    bool isUsualStep(const Container& container, std::size_t indentation) {
+        if (indentation <= container.indentation) {
+            flush_ = JSONPosition{container.line, static_cast<int>(container.column) + 1};
+            return !step_;
+        }
+        const std::size_t step = indentation - container.indentation;
+        if (container.hasNeighbour) // content hangs below what begins on the line that opens it
+            return true;
+        if (!step_)
+            step_ = step;
+        return step == *step_ || hanging_ > 0;
     }
 
     void follow(char c, std::size_t column, std::size_t indentation, int number) {
@@ -103,8 +119,10 @@ private:
             open_.back().hasNeighbour = true;
         if (isOpener(c))
             open_.push_back({number, column, indentation, false});
-        else if (isCloser(c) && !open_.empty())
+        else if (isCloser(c) && !open_.empty()) {
+            hanging_ += open_.back().hasNeighbour && open_.back().content ? 1 : 0;
             open_.pop_back();
+        }
         lastSign_ = c;
     }
 
@@ -112,7 +130,9 @@ private:
     char lastSign_ = '\0';
     int lastLine_ = 0;
     std::size_t lastColumn_ = 0;
-    bool indents_ = false; ///< content has been indented so far
+    int hanging_ = 0; ///< containers so far whose content began on the line that opens them and went on
+    std::optional<JSONPosition> flush_;
+    std::optional<std::size_t> step_; ///< how far content has been indented so far; none: not at all
 };
 
 constexpr std::string_view kKnownMembers[] = {
@@ -128,20 +148,50 @@ const JSONValue* follow(const JSONValue* value, const JSONPathStep& step) {
     return values && index < values->size() ? &(*values)[index] : nullptr;
 }
 
-} // namespace
-
-std::optional<ConfigDamage> findBrokenNesting(std::string_view text, JSONPosition failure) {
-    const std::vector<std::string_view> lines = split(withoutByteOrderMark(text), '\n');
+std::optional<ConfigDamage> findBrokenNesting(const std::vector<std::string_view>& lines,
+                                              JSONPosition failure) {
     if (areBracketsBalanced(lines))
         return std::nullopt;
     NestingReader reader;
-    for (int number = 1; number < failure.line; ++number)
-        if (const auto place = reader.read(lines[static_cast<std::size_t>(number) - 1], number))
-            return ConfigDamage{*place,
-                                localized("a bracket seems to be missing, or too many, at line %1, where "
+    std::optional<JSONPosition> place;
+    for (int number = 1; !place && number <= failure.line; ++number)
+        place = reader.read(lines[static_cast<std::size_t>(number) - 1], number);
+    if (!place)
+        place = reader.doubtful();
+    if (!place || place->line >= failure.line)
+        return std::nullopt;
+    return ConfigDamage{*place, localized("a bracket seems to be missing, or too many, at line %1, where "
                                           "brackets and indentation stop to agree",
                                           {std::to_string(place->line)})};
-    return std::nullopt;
+}
+
+/// What is missing at the end of a line shows on the next one that is not blank.
+std::optional<ConfigDamage> findEndBeforeBlankLines(const std::vector<std::string_view>& lines,
+                                                    JSONPosition failure) {
+    auto number = static_cast<std::size_t>(failure.line) - 1; // of the line before, from 1
+    if (number == 0 || number >= lines.size() || !trimmed(lines[number - 1]).empty())
+        return std::nullopt;
+    const std::string_view after = lines[number];
+    const std::size_t start = after.find_first_not_of(" \t\r");
+    while (number > 0 && trimmed(lines[number - 1]).empty())
+        --number;
+    if (number == 0 || start + 1 != static_cast<std::size_t>(failure.column))
+        return std::nullopt;
+    const char last = trimmed(lines[number - 1]).back(), next = after[start];
+    const bool isSomethingMissing = last == ',' ? next == '{' : last != ':' && !isOpener(last);
+    if (!isSomethingMissing || !(isOpener(next) || next == '"'))
+        return std::nullopt;
+    return ConfigDamage{{static_cast<int>(number), static_cast<int>(lines[number - 1].size())},
+                        localized("look at the end of line %1", {std::to_string(number)})};
+}
+
+} // namespace
+
+std::optional<ConfigDamage> findBrokenText(std::string_view text, JSONPosition failure) {
+    const std::vector<std::string_view> lines = split(withoutByteOrderMark(text), '\n');
+    if (auto damage = findBrokenNesting(lines, failure))
+        return damage;
+    return findEndBeforeBlankLines(lines, failure);
 }
 
 std::optional<ConfigDamage> findMisspelledMember(std::string_view text, const ConfigFault& fault) {

@@ -15,8 +15,9 @@ struct ConfigDamage {
 };
 
 /// For text that is no JSON: a bracket too many or too few shows only where reading gives up, often far away.
-/// Finds the first line, before that one, whose indentation contradicts the brackets.
-std::optional<ConfigDamage> findBrokenNesting(std::string_view text, JSONPosition failure);
+/// Finds the first line, before that one, whose indentation contradicts the brackets; else the end of the
+/// line before blank ones.
+std::optional<ConfigDamage> findBrokenText(std::string_view text, JSONPosition failure);
 
 /// For a member that is missing: an unknown member of the same object that is spelled much like it.
 std::optional<ConfigDamage> findMisspelledMember(std::string_view text, const ConfigFault& fault);

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace varnel {
 namespace {
 
@@ -22,12 +24,14 @@ std::string document(const std::vector<std::string>& items, const std::string& s
     return text + "\n],\"pluginSettings\":" + settings + "}";
 }
 
-/// "code path line:column" of every finding.
-std::vector<std::string> findings(const std::string& text) {
+/// "code path line:column" of every finding that is no note.
+std::vector<std::string> findings(const std::string& text,
+                                  const CheckSurroundings& surroundings = {.actions = builtInActions()}) {
     std::vector<std::string> found;
-    for (const Diagnostic& each : checkDocument(text, builtInActions()))
-        found.push_back(each.code + " " + each.path + " " + std::to_string(each.position.line) + ":" +
-                        std::to_string(each.position.column));
+    for (const Diagnostic& each : checkDocument(text, surroundings))
+        if (each.severity != Severity::note)
+            found.push_back(each.code + " " + each.path + " " + std::to_string(each.position.line) + ":" +
+                            std::to_string(each.position.column));
     return found;
 }
 
@@ -37,13 +41,14 @@ TEST(ConfigCheck, FindsNothingWrongWithTheDefault) {
 }
 
 TEST(ConfigCheck, ReportsATextThatDoesNotLoadAsOneError) {
-    const auto found = checkDocument("{\"items\":[\n {\"name\":1}],\"pluginSettings\":{}}", {});
+    const auto found =
+        checkDocument("{\"items\":[\n {\"name\":1}],\"pluginSettings\":{}}", CheckSurroundings{});
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(describe(found[0], "f.json"),
               "f.json:2:10: error: items[0].name: expected a string, found a number "
               "(line 2, column 10) [invalid-configuration]");
     EXPECT_EQ(found[0].path, "items[0].name");
-    EXPECT_EQ(checkDocument("[", {}).at(0).code, "invalid-json");
+    EXPECT_EQ(checkDocument("[", CheckSurroundings{}).at(0).code, "invalid-json");
 }
 
 TEST(ConfigCheck, FindsTriggersThatCollideOrCannotBeUsed) {
@@ -62,7 +67,7 @@ TEST(ConfigCheck, FindsTriggersThatCollideOrCannotBeUsed) {
          {"equal-trigger items[1].keys 3:20"}},
         {"equal to a group",
          {item("A", R"(["a"])", group), item("B", R"(["a"])")},
-         {"equal-trigger items[1].keys 3:20"}},
+         {"empty-group items[0].keys 2:20", "equal-trigger items[1].keys 3:20"}},
         {"longer than an action",
          {item("A", R"(["a","b","c"])"), item("B", R"(["a","b"])")},
          {"unreachable-trigger items[0].keys 2:20"}},
@@ -75,7 +80,12 @@ TEST(ConfigCheck, FindsTriggersThatCollideOrCannotBeUsed) {
          {"unreachable-trigger items[2].keys 4:20"}},
         {"beside a group whose key passes",
          {item("A", R"(["a","b"])", passing), item("B", R"(["a"])", passing), item("C", R"(["a","d"])")},
-         {}},
+         {"empty-group items[0].keys 2:20"}},
+        {"groups with and without members",
+         {item("A", R"(["Enter"])", group), item("B", R"(["return","b"])", group),
+          item("C", R"(["return","c"])", std::string(kOpen) + R"(,"isEnabled":false)"),
+          item("D", R"(["d"])", group + R"(,"isEnabled":false)")},
+         {"empty-group items[1].keys 3:20"}},
         {"escape later",
          {item("A", R"(["a","keycode53"])"), item("B", R"(["escape"])"), item("C", R"(["b","cmd+escape"])")},
          {"unreachable-trigger items[0].keys[1] 2:25"}},
@@ -144,21 +154,25 @@ TEST(ConfigCheck, FindsWhatSavingWouldDrop) {
 }
 
 TEST(ConfigCheck, NamesTheItemThePlaceAndTheRemedy) {
-    const auto found = checkDocument(
+    const auto all = checkDocument(
         document({item("Mail", R"(["enter"])"),
                   item("", R"(["return"])", std::string(R"("id":")") + kFirstID + "\"," + kOpen)}),
         builtInActions());
-    ASSERT_EQ(found.size(), 1u);
-    EXPECT_EQ(found[0].message,
-              "items[1] has the trigger \"return\", typed like \"enter\", of \"Mail\" (items[0]); "
+    const auto found = std::ranges::find(all, std::string("equal-trigger"), &Diagnostic::code);
+    ASSERT_NE(found, all.end());
+    EXPECT_EQ(found->message,
+              "items[1] has the trigger \"return\", typed like \"enter\", also bound by \"Mail\" (items[0]); "
               "only the first enabled one runs. Change or remove one of them.");
-    EXPECT_EQ(found[0].itemID, kFirstID);
-    EXPECT_EQ(found[0].severity, Diagnostic::Severity::warning);
+    EXPECT_EQ(found->itemID, kFirstID);
+    EXPECT_EQ(found->severity, Severity::warning);
+    ASSERT_TRUE(found->related);
+    EXPECT_EQ(found->related->path + " " + std::to_string(found->related->position.line), "items[0].keys 2");
     const auto unknown =
         checkDocument(document({item("A", R"(["a"])", R"("action":{"pluginID":"zzzzzzzz","actionID":"z"})")}),
                       builtInActions());
-    ASSERT_EQ(unknown.size(), 1u);
-    EXPECT_EQ(unknown[0].message, "\"A\" (items[0]) uses \"zzzzzzzz\", a capability that is not known here. "
+    ASSERT_EQ(unknown.size(), 2u);
+    EXPECT_EQ(unknown[0].code, "missing-id");
+    EXPECT_EQ(unknown[1].message, "\"A\" (items[0]) uses \"zzzzzzzz\", a capability that is not known here. "
                                   "Install the capability or correct \"pluginID\".");
 }
 
