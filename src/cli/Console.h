@@ -21,6 +21,8 @@ public:
     void flush();
     /// The error number of a write that failed for another reason than a closed pipe, else 0.
     [[nodiscard]] int failure() const { return failure_; }
+    /// Nobody reads what is written any longer.
+    [[nodiscard]] bool isClosed() const { return closed_; }
 
 private:
     int descriptor_;

@@ -14,6 +14,7 @@ ApplicationOptions applicationOptions(const VerbCall& call) {
         options.bundledPlugins = absolutePath(*folder);
     if (auto folder = call.value(kUserPluginsOption.name))
         options.userPlugins = absolutePath(*folder);
+    options.isSafe = call.has("--safe");
     return options;
 }
 

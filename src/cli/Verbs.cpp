@@ -27,6 +27,8 @@ extern const Verb kSuspendVerb;
 extern const Verb kResumeVerb;
 extern const Verb kTriggerVerb;
 extern const Verb kQuitVerb;
+extern const Verb kWhyVerb;
+extern const Verb kMonitorVerb;
 
 namespace {
 // clang-format off
@@ -54,6 +56,8 @@ constexpr const Verb* kVerbs[] = {
     &kResumeVerb,
     &kTriggerVerb,
     &kQuitVerb,
+    &kWhyVerb,
+    &kMonitorVerb,
 };
 // clang-format on
 } // namespace

@@ -1,5 +1,7 @@
 #include "config/ConfigErrors.h"
 
+#include "base/Localized.h"
+
 namespace varnel {
 
 std::string describe(const ConfigStorageProviderError& error) {
@@ -21,6 +23,13 @@ std::string describe(const UnreadConfigError& error) {
            " could not be read, and saving would replace it. Repair it, or confirm that it may be replaced. "
            "(" +
            error.reason + ")";
+}
+
+std::string describe(const SafeModeError& error) {
+    return localized(
+        "Varnel was started with --safe: it runs on the built-in configuration, and nothing is saved. "
+        "Start it without --safe to change %1.",
+        {error.url});
 }
 
 std::string describe(const ConfigError& error) {

@@ -35,9 +35,16 @@ struct UnreadConfigError {
 };
 std::string describe(const UnreadConfigError& error);
 
+/// Nothing is saved at `url`, nor anywhere else, because the program runs on the built-in configuration.
+struct SafeModeError {
+    std::string url;
+    friend bool operator==(const SafeModeError&, const SafeModeError&) = default;
+};
+std::string describe(const SafeModeError& error);
+
 /// Everything that can keep a configuration from being read, written or chosen.
 using ConfigError = std::variant<FileError, ConfigStorageProviderError, ConfigFileSelectionError,
-                                 ConfigDecodingError, ConfigEncodingError, UnreadConfigError>;
+                                 ConfigDecodingError, ConfigEncodingError, UnreadConfigError, SafeModeError>;
 std::string describe(const ConfigError& error);
 
 } // namespace varnel

@@ -79,7 +79,7 @@ void DecisionRecorder::keyHandled(const Before& before, std::string_view token, 
     if (const ConfigItem* item = step.completed ? step.completed : step.choicesWanted)
         decision.name = FixedText<48>(item->name);
     if (step.message)
-        decision.message = FixedText<120>(*step.message);
+        decision.message = FixedText<200>(*step.message);
     record(decision);
 }
 
@@ -108,7 +108,7 @@ void DecisionRecorder::choicesArrived(const Before& before, const SequenceStep& 
     } else if (step.message) {
         record({.kind = Kind::nothingToChoose,
                 .sequence = spelledOut(before.position),
-                .message = FixedText<120>(*step.message)});
+                .message = FixedText<200>(*step.message)});
     }
 }
 
@@ -144,11 +144,11 @@ void DecisionRecorder::configurationLoaded(std::size_t itemCount) {
 }
 
 void DecisionRecorder::commandFinished(std::string_view name, std::string_view message) {
-    record({.kind = Kind::commandFinished, .name = FixedText<48>(name), .message = FixedText<120>(message)});
+    record({.kind = Kind::commandFinished, .name = FixedText<48>(name), .message = FixedText<200>(message)});
 }
 
 void DecisionRecorder::note(Decision::Kind kind, std::string_view message) {
-    record({.kind = kind, .message = FixedText<120>(message)});
+    record({.kind = kind, .message = FixedText<200>(message)});
 }
 
 FixedText<64> DecisionRecorder::spelledOut(const Position& position) const {

@@ -56,10 +56,14 @@ void DecisionLog::record(Decision decision) {
 
 std::vector<Decision> DecisionLog::since(std::uint64_t number) const {
     std::vector<Decision> decisions;
-    const std::uint64_t kept = ring_.size();
-    for (std::uint64_t next = std::max(number, total_ - kept) + 1; next <= total_; ++next)
-        decisions.push_back(ring_[(next - 1) % kCapacity]);
+    for (auto next = firstAfter(number); next; next = firstAfter(next->number))
+        decisions.push_back(*next);
     return decisions;
+}
+
+std::optional<Decision> DecisionLog::firstAfter(std::uint64_t number) const {
+    const std::uint64_t next = std::max(number, total_ - ring_.size()) + 1;
+    return next <= total_ ? std::optional(ring_[(next - 1) % kCapacity]) : std::nullopt;
 }
 
 } // namespace varnel

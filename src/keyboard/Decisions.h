@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -59,7 +60,7 @@ struct Decision {
     FixedText<40> token = {};
     FixedText<64> sequence = {}; ///< tokens with spaces between
     FixedText<48> name = {};
-    FixedText<120> message = {};
+    FixedText<200> message = {};
     friend bool operator==(const Decision&, const Decision&) = default;
 };
 
@@ -85,6 +86,8 @@ public:
     /// Those with a higher number than `number` that are still kept, oldest first. A first one that is not
     /// `number + 1` tells that some were missed.
     [[nodiscard]] std::vector<Decision> since(std::uint64_t number) const;
+    /// The first of these.
+    [[nodiscard]] std::optional<Decision> firstAfter(std::uint64_t number) const;
 
 private:
     std::vector<Decision> ring_; ///< grows into the memory that was reserved for it

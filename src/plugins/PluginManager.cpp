@@ -203,7 +203,9 @@ std::string describe(const PluginTrustError& error) {
 
 PluginManager::PluginManager(PluginManagerOptions options, PreferenceStore& preferences,
                              EventLoop* mainLoop) {
-    if (options.userPluginsURL.empty())
+    if (options.skipsUserPlugins)
+        options.userPluginsURL.clear();
+    else if (options.userPluginsURL.empty())
         options.userPluginsURL = defaultUserPluginsFolder(options.homeFolder);
     if (options.verifiedCopiesFolder.empty())
         options.verifiedCopiesFolder = defaultVerifiedCopiesFolder(options.homeFolder);

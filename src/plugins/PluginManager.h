@@ -23,6 +23,7 @@ namespace varnel {
 struct PluginManagerOptions {
     std::string bundledPluginsURL; ///< empty: none
     std::string userPluginsURL;    ///< empty: `defaultUserPluginsFolder(homeFolder)`
+    bool skipsUserPlugins = false; ///< neither looks for nor makes the folder of the user's own
     std::string homeFolder;        ///< where the earlier plugins folder is looked for
     /// Private folder (made with mode 0700) for the verified copies that user plugins are run from; empty:
     /// `defaultVerifiedCopiesFolder(homeFolder)`.

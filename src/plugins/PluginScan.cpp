@@ -248,11 +248,13 @@ PluginRegistry resolvePlugins(std::vector<PluginDescriptor> descriptors) {
 }
 
 PluginRegistry scanPlugins(const PluginFolders& folders, const PluginTrustStore& trust) {
-    prepareUserFolder(folders);
     std::vector<PluginDescriptor> found;
     if (!folders.bundled.empty())
         readFolder(standardizedPath(folders.bundled), PluginSourceKind::bundled, trust, found);
-    readFolder(standardizedPath(folders.user), PluginSourceKind::user, trust, found);
+    if (!folders.user.empty()) {
+        prepareUserFolder(folders);
+        readFolder(standardizedPath(folders.user), PluginSourceKind::user, trust, found);
+    }
     return resolvePlugins(std::move(found));
 }
 

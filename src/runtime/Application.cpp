@@ -6,6 +6,7 @@
 #include "runtime/ControlRequests.h"
 #include "runtime/PluginChoiceResolver.h"
 #include "runtime/ProcessMemory.h"
+#include "runtime/SafeConfigStorage.h"
 #include "runtime/WindowChoiceResolvers.h"
 
 #include <unistd.h>
@@ -68,7 +69,11 @@ std::expected<void, std::string> Application::start() {
                                .displayName = {},
                                .programFolder = options_.programFolder,
                                .onConnectionLost = [this] { connectionLost(); },
-                               .onTroubleChanged = [this] { troubleObservers_.call(0); }});
+                               .onTroubleChanged =
+                                   [this] {
+                                       noteTrouble();
+                                       troubleObservers_.call(0);
+                                   }});
     buildPlugins();
     if (auto opened = openConfiguration(); !opened)
         return opened;
@@ -80,10 +85,11 @@ std::expected<void, std::string> Application::start() {
 }
 
 std::expected<void, std::string> Application::openControlSocket() {
-    auto opened = ControlServer::open(loop_, options_.paths,
-                                      [this](const JSONValue::Object& request, ControlServer::Answer answer) {
-                                          answerControlRequest(*this, request, std::move(answer));
-                                      });
+    auto opened =
+        ControlServer::open(loop_, options_.paths,
+                            [this](const JSONValue::Object& request, const ControlServer::Replies& replies) {
+                                answerControlRequest(*this, request, replies);
+                            });
     if (opened) {
         controlServer_ = std::move(*opened);
     } else if (opened.error().kind == ControlServerError::Kind::alreadyRunning) {
@@ -100,27 +106,41 @@ void Application::buildPlugins() {
                                     ? defaultBundledPluginsFolder(options_.programFolder)
                                     : options_.bundledPlugins;
     options.userPluginsURL = options_.userPlugins;
+    options.skipsUserPlugins = options_.isSafe;
     options.homeFolder = options_.paths.home;
     options.frontmostApplication = [this] { return platform_->frontmostApplication(); };
     plugins_ = std::make_unique<PluginServices>(
-        std::move(options), PluginServices::Surroundings{.loop = loop_,
-                                                         .preferences = *preferences_,
-                                                         .log = *log_,
-                                                         .isTestHost = runsUnderTestHarness(environ)});
+        std::move(options),
+        PluginServices::Surroundings{
+            .loop = loop_,
+            .preferences = *preferences_,
+            .log = *log_,
+            .configurationPath = [this] { return config_ ? config_->currentConfigPath() : std::string(); },
+            .isTestHost = options_.isSafe || runsUnderTestHarness(environ)});
 }
 
-std::expected<void, std::string> Application::openConfiguration() {
+std::expected<std::unique_ptr<ConfigStorageProvider>, std::string> Application::locateConfiguration() {
     const std::string& home = options_.paths.home;
+    if (options_.isSafe)
+        return std::make_unique<SafeConfigStorage>(
+            options_.configPath.value_or(locateConfigFile(files_, *preferences_, home)));
     auto storage = LocalConfigStorageProvider::locate({files_, *preferences_, home, temporaryFolder()},
                                                       options_.configPath);
     if (!storage)
         return std::unexpected(describe(storage.error()));
+    return std::move(*storage);
+}
+
+std::expected<void, std::string> Application::openConfiguration() {
+    auto storage = locateConfiguration();
+    if (!storage)
+        return std::unexpected(storage.error());
     ConfigManager::Environment environment{
         .fileManager = files_,
         .loop = loop_,
         .fileEvents = &platform_->fileEvents(),
-        .defaultConfigURL = defaultConfigURL(home),
-        .isTestHost = runsUnderTestHarness(environ),
+        .defaultConfigURL = defaultConfigURL(options_.paths.home),
+        .isTestHost = options_.isSafe || runsUnderTestHarness(environ), // then nothing is watched
         .printLine = printDiagnostic,
         .configDidReload =
             [this](const std::string& path, const PluginSettings& settings) {
@@ -162,7 +182,10 @@ void Application::buildEngine() {
         .dynamicChoiceRegistry = &choices_,
         .localMonitorFactory = nullptr});
     hotkeys_->updateConfiguration(config_->sharedRootItems());
+    noteLoadError();
     subscriptions_.push_back(config_->observe([this](const ConfigChange& change) {
+        if (change.loadError)
+            noteLoadError();
         if (!change.rootItems)
             return;
         hotkeys_->updateConfiguration(config_->sharedRootItems());
@@ -213,6 +236,23 @@ bool Application::present() {
     if (presenter_)
         presenter_();
     return presenter_ != nullptr;
+}
+
+/// Remembers when the keyboard was not ours, for those who ask later why nothing happened.
+void Application::noteTrouble() {
+    if (!hotkeys_)
+        return;
+    std::string trouble = hotkeys_->trouble();
+    if (trouble == notedTrouble_)
+        return;
+    notedTrouble_ = std::move(trouble);
+    hotkeys_->note(notedTrouble_.empty() ? Decision::Kind::keyboardFree : Decision::Kind::keyboardTaken,
+                   notedTrouble_);
+}
+
+void Application::noteLoadError() {
+    if (const auto& error = config_->loadError())
+        hotkeys_->note(Decision::Kind::configurationFailed, describe(*error));
 }
 
 void Application::settleSoon() {

@@ -32,6 +32,9 @@ struct ApplicationOptions {
     std::string bundledPlugins = {};                      ///< empty: beside the program
     std::string userPlugins = {};                         ///< empty: the user's own
     std::string programFolder = {};                       ///< where this program lies
+    /// Depends on nothing the user has changed: the built-in configuration in memory, bundled plugins only,
+    /// no hooks; nothing is saved.
+    bool isSafe = false;
 };
 
 /// The running application: every object of it, built once and in the order that lets keys be captured as
@@ -74,6 +77,7 @@ public:
     [[nodiscard]] const std::string& failure() const { return failure_; }
 
     [[nodiscard]] HotkeyManager& hotkeys() { return *hotkeys_; }
+    [[nodiscard]] const HotkeyManager& hotkeys() const { return *hotkeys_; }
     [[nodiscard]] ConfigManager& config() { return *config_; }
     [[nodiscard]] PluginServices& plugins() { return *plugins_; }
     [[nodiscard]] PreferenceStore& preferences() { return *preferences_; }
@@ -94,6 +98,9 @@ private:
     [[nodiscard]] JSONValue::Array readPluginPreferences() const;
     void signalReceived(int signal);
     void connectionLost();
+    void noteTrouble();
+    void noteLoadError();
+    [[nodiscard]] std::expected<std::unique_ptr<ConfigStorageProvider>, std::string> locateConfiguration();
 
     EventLoop& loop_;
     ApplicationOptions options_;
@@ -115,6 +122,7 @@ private:
     std::unique_ptr<HotkeyManager> hotkeys_;
     std::vector<Subscription> subscriptions_;
     CallbackList troubleObservers_;
+    std::string notedTrouble_; ///< the latest that was noted as a decision
     std::function<void()> presenter_;
     Subscription settling_;
     bool hasSettled_ = false;

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <optional>
 
 namespace varnel {
 
@@ -20,6 +21,7 @@ using Clock = std::chrono::steady_clock;
 using Error = ControlClientError;
 
 constexpr std::size_t kMaximumAnswer = 1 << 20;
+constexpr Duration kPatience = 5s;
 
 Error failed(std::string message) {
     return {Error::Kind::failed, std::move(message)};
@@ -28,12 +30,13 @@ Error failed(std::string message) {
 /// Waits until the descriptor is ready; false once `deadline` has passed.
 bool waitFor(int descriptor, short events, Clock::time_point deadline) {
     for (;;) {
-        auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+        constexpr long long kLongest = 3'600'000; // what is left may not fit into an int
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
         pollfd entry{descriptor, events, 0};
-        int ready = ::poll(&entry, 1, static_cast<int>(std::max<long long>(0, left)));
+        int ready = ::poll(&entry, 1, static_cast<int>(std::clamp<long long>(left, 0, kLongest)));
         if (ready > 0)
             return true;
-        if (ready == 0 || errno != EINTR)
+        if ((ready == 0 && left <= kLongest) || (ready < 0 && errno != EINTR))
             return false;
     }
 }
@@ -64,26 +67,42 @@ bool sendAll(int descriptor, std::string_view text, Clock::time_point deadline) 
     return true;
 }
 
-/// Up to the line break; empty when none came in time.
-std::string receiveLine(int descriptor, Clock::time_point deadline) {
-    std::string line;
-    char chunk[4096];
-    while (line.size() < kMaximumAnswer && waitFor(descriptor, POLLIN, deadline)) {
-        ssize_t got = ::read(descriptor, chunk, sizeof chunk);
-        if (got == 0 || (got < 0 && errno != EINTR && errno != EAGAIN))
-            break;
-        line.append(chunk, static_cast<std::size_t>(std::max<ssize_t>(0, got)));
-        if (std::size_t end = line.find('\n'); end != std::string::npos)
-            return line.substr(0, end);
+/// Splits what a connection brings into lines.
+class LineReader {
+public:
+    explicit LineReader(int descriptor)
+        : descriptor_(descriptor) {}
+
+    /// Without its line break; none when none came in time, or none that anybody could want to read.
+    std::optional<std::string> next(Clock::time_point deadline) {
+        for (;;) {
+            if (std::size_t end = received_.find('\n'); end != std::string::npos) {
+                std::string line = received_.substr(0, end);
+                received_.erase(0, end + 1);
+                return line;
+            }
+            if (received_.size() >= kMaximumAnswer || !receive(deadline))
+                return std::nullopt;
+        }
     }
-    return {};
-}
 
-} // namespace
+private:
+    bool receive(Clock::time_point deadline) {
+        char chunk[4096];
+        if (!waitFor(descriptor_, POLLIN, deadline))
+            return false;
+        const ssize_t got = ::read(descriptor_, chunk, sizeof chunk);
+        received_.append(chunk, static_cast<std::size_t>(std::max<ssize_t>(0, got)));
+        return got > 0 || (got < 0 && (errno == EINTR || errno == EAGAIN));
+    }
 
-std::expected<JSONValue::Object, ControlClientError>
-sendControlRequest(const RuntimePaths& paths, const JSONValue::Object& request, Duration patience) {
-    auto deadline = Clock::now() + patience;
+    int descriptor_;
+    std::string received_;
+};
+
+/// A connection on which the request was sent.
+std::expected<UniqueFd, Error> ask(const RuntimePaths& paths, const JSONValue::Object& request,
+                                   Clock::time_point deadline) {
     auto connected = connectFirst(paths, deadline);
     if (!connected) {
         int code = connected.error();
@@ -94,11 +113,40 @@ sendControlRequest(const RuntimePaths& paths, const JSONValue::Object& request, 
     }
     if (!sendAll(connected->get(), writeCompactJSON(request) + "\n", deadline))
         return std::unexpected(failed("the running application does not listen"));
-    std::string line = receiveLine(connected->get(), deadline);
-    auto answer = readJSON(line);
+    return std::move(*connected);
+}
+
+} // namespace
+
+std::expected<JSONValue::Object, ControlClientError>
+sendControlRequest(const RuntimePaths& paths, const JSONValue::Object& request, Duration patience) {
+    auto deadline = Clock::now() + patience;
+    auto connection = ask(paths, request, deadline);
+    if (!connection)
+        return std::unexpected(connection.error());
+    auto answer = readJSON(LineReader(connection->get()).next(deadline).value_or(""));
     if (!answer || !answer->object())
         return std::unexpected(failed("the running application does not answer"));
     return std::move(*answer->object());
+}
+
+std::expected<void, ControlClientError>
+followControl(const RuntimePaths& paths, const JSONValue::Object& request,
+              const std::function<bool(const JSONValue::Object& line)>& onLine) {
+    auto connection = ask(paths, request, Clock::now() + kPatience);
+    if (!connection)
+        return std::unexpected(connection.error());
+    LineReader reader(connection->get());
+    // Nobody lives to see it.
+    const auto never = Clock::now() + std::chrono::hours(24 * 365);
+    for (auto line = reader.next(never); line; line = reader.next(never)) {
+        auto object = readJSON(*line);
+        if (!object || !object->object())
+            return std::unexpected(failed("the running application does not answer"));
+        if (!onLine(*object->object()))
+            return {};
+    }
+    return std::unexpected(failed("the running application has ended"));
 }
 
 } // namespace varnel

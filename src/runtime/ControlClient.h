@@ -5,6 +5,7 @@
 #include "runtime/RuntimePaths.h"
 
 #include <expected>
+#include <functional>
 #include <string>
 
 namespace varnel {
@@ -18,5 +19,11 @@ struct ControlClientError {
 /// socket, and waits for its answer. The program must ignore SIGPIPE.
 std::expected<JSONValue::Object, ControlClientError>
 sendControlRequest(const RuntimePaths& paths, const JSONValue::Object& request, Duration patience = 5s);
+
+/// Sends a request to the same and hands on each line that comes, without end. Returns when `onLine` returns
+/// false; an error tells that the application has ended the conversation.
+std::expected<void, ControlClientError>
+followControl(const RuntimePaths& paths, const JSONValue::Object& request,
+              const std::function<bool(const JSONValue::Object& line)>& onLine);
 
 } // namespace varnel

@@ -1,8 +1,10 @@
 #include "runtime/ControlRequests.h"
 
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "keyboard/notation/KeyTokenCodec.h"
 #include "runtime/Application.h"
+#include "runtime/DecisionReport.h"
 
 #include <unistd.h>
 
@@ -58,12 +60,26 @@ Object reload(Application& application) {
     return succeeded("Loaded " + std::to_string(application.config().rootItems().size()) + " root items");
 }
 
-Object changeSuspension(Application& application, const Object& request, bool suspend) {
+Object suspend(Application& application, const Object& request) {
     const std::string* reason = textMember(request, "reason");
     if (!reason || trimmed(*reason).empty())
         return failed("a reason is expected");
+    application.hotkeys().suspend(*reason);
+    return succeeded(application.hotkeys().statusLine());
+}
+
+/// Takes one reason back, or all of them when none is named.
+Object resume(Application& application, const Object& request) {
     HotkeyManager& hotkeys = application.hotkeys();
-    suspend ? hotkeys.suspend(*reason) : hotkeys.resume(*reason);
+    if (!request.contains("reason")) {
+        for (const std::string& reason : std::set<std::string>(hotkeys.suspensionReasons()))
+            hotkeys.resume(reason);
+        return succeeded(hotkeys.statusLine());
+    }
+    const std::string* reason = textMember(request, "reason");
+    if (!reason || trimmed(*reason).empty())
+        return failed("a reason is expected");
+    hotkeys.resume(*reason);
     return succeeded(hotkeys.statusLine());
 }
 
@@ -128,8 +144,15 @@ Object answerAtOnce(Application& application, const Object& request) {
     }
     if (*verb == "reload")
         return reload(application);
-    if (*verb == "suspend" || *verb == "resume")
-        return changeSuspension(application, request, *verb == "suspend");
+    if (*verb == "suspend")
+        return suspend(application, request);
+    if (*verb == "resume")
+        return resume(application, request);
+    if (*verb == "why") {
+        Object answer = decisionsReport(application.hotkeys());
+        answer["success"] = true;
+        return answer;
+    }
     if (*verb == "trigger")
         return trigger(application, request);
     if (*verb == "show")
@@ -139,6 +162,17 @@ Object answerAtOnce(Application& application, const Object& request) {
         return succeeded();
     }
     return failed("unknown verb '" + singleLine(*verb, 40) + "'");
+}
+
+/// What the user should know of how things stand, and what to do about it; empty when all is as usual.
+std::string notice(const Application& application) {
+    if (application.hotkeys().suspensionReasons().contains(kPanicReason))
+        return localized(
+            "Paused by the panic keys (left ctrl, space and escape together). “varnel resume” or "
+            "the tray's menu goes on.");
+    if (application.options().isSafe)
+        return localized("Started with --safe: the built-in configuration is in force and nothing is saved.");
+    return {};
 }
 
 } // namespace
@@ -155,6 +189,8 @@ JSONValue::Object applicationStatus(Application& application) {
         {"isSuspended", hotkeys.isSuspended()},
         {"suspensionReasons", texts(hotkeys.suspensionReasons())},
         {"trouble", hotkeys.trouble()},
+        {"notice", notice(application)},
+        {"isSafe", application.options().isSafe},
         {"interaction", std::string(interactionName(hotkeys.interaction()))},
         {"currentSequence", texts(hotkeys.currentSequence())},
         {"hintOptions", texts(hotkeys.hintOptions())},
@@ -170,12 +206,14 @@ JSONValue::Object applicationStatus(Application& application) {
 }
 
 void answerControlRequest(Application& application, const JSONValue::Object& request,
-                          ControlServer::Answer answer) {
+                          const ControlServer::Replies& replies) {
     const std::string* verb = textMember(request, "verb");
     if (verb && *verb == "shortcut")
-        sendShortcut(application, request, answer);
+        sendShortcut(application, request, replies.answer);
+    else if (verb && *verb == "monitor")
+        replies.follow(decisionFeed(application.hotkeys()));
     else
-        answer(answerAtOnce(application, request));
+        replies.answer(answerAtOnce(application, request));
 }
 
 } // namespace varnel

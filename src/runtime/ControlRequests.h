@@ -11,8 +11,9 @@ class Application;
 JSONValue::Object applicationStatus(Application& application);
 
 /// Carries out one request of the control socket: `{"verb":"suspend","reason":"game"}`. The answer has the
-/// members "success" and, where there is something to say, "message".
+/// members "success" and, where there is something to say, "message". To "monitor" a client stays and gets
+/// one object for each decision of the engine.
 void answerControlRequest(Application& application, const JSONValue::Object& request,
-                          ControlServer::Answer answer);
+                          const ControlServer::Replies& replies);
 
 } // namespace varnel

@@ -3,6 +3,7 @@
 #include "base/FileSystem.h"
 #include "base/JSONReader.h"
 #include "base/JSONWriter.h"
+#include "base/Localized.h"
 #include "base/PosixFileSystem.h"
 #include "runtime/LocalSocket.h"
 
@@ -25,6 +26,10 @@ constexpr std::size_t kMaximumRequest = 64 * 1024;
 constexpr std::size_t kMaximumClients = 16;
 constexpr Duration kClientPatience = 2s;
 constexpr Duration kAnswerPatience = 30s;
+/// Clients that stay; the other places remain for requests.
+constexpr std::ptrdiff_t kMaximumFollowers = 4;
+/// How often a client that takes nothing is tried again, and how long at most.
+constexpr Duration kStallInterval = 1s, kStallPatience = 60s;
 
 ControlServerError unavailable(const std::string& path, int code) {
     return {ControlServerError::Kind::unavailable, "no control socket: " + path + ": " + std::strerror(code)};
@@ -99,15 +104,21 @@ std::expected<Listener, ControlServerError> claimSocket(const RuntimePaths& path
     return std::unexpected(unavailable(paths.displayControlSocket(), EADDRINUSE));
 }
 
-void sendLine(int descriptor, const std::string& line) {
-    // An answer fits into the socket's buffer; a client that left none is not waited for.
-    std::string_view rest = line;
-    while (!rest.empty()) {
-        ssize_t sent = ::write(descriptor, rest.data(), rest.size());
-        if (sent < 0 && errno != EINTR)
-            return;
-        rest.remove_prefix(sent > 0 ? static_cast<std::size_t>(sent) : 0);
+/// Sends as much as there is room for and takes it off `text`; false when the client is gone.
+bool send(int descriptor, std::string& text) {
+    std::size_t done = 0;
+    bool isThere = true;
+    while (done < text.size()) {
+        const ssize_t sent = ::write(descriptor, text.data() + done, text.size() - done);
+        if (sent > 0) {
+            done += static_cast<std::size_t>(sent);
+        } else if (errno != EINTR) {
+            isThere = errno == EAGAIN;
+            break;
+        }
     }
+    text.erase(0, done);
+    return isThere;
 }
 
 } // namespace
@@ -179,32 +190,97 @@ void ControlServer::receive(std::list<Client>::iterator client) {
         if (end != std::string::npos) {
             client->readable.reset();
             client->timeout = loop_.after(kAnswerPatience, [this, client] { clients_.erase(client); });
-            handle(client->received.substr(0, end),
-                   [this, alive = std::weak_ptr(alive_),
-                    number = client->number](const JSONValue::Object& answer) {
-                       if (!alive.expired())
-                           finish(number, answer);
-                   });
+            handle(client->received.substr(0, end), client->number);
             return;
         }
     }
     clients_.erase(client);
 }
 
-void ControlServer::handle(const std::string& line, const Answer& answer) {
+void ControlServer::handle(const std::string& line, std::uint64_t client) {
+    const Replies replies{.answer =
+                              [this, alive = std::weak_ptr(alive_), client](const JSONValue::Object& answer) {
+                                  if (!alive.expired())
+                                      finish(client, answer);
+                              },
+                          .follow =
+                              [this, alive = std::weak_ptr(alive_), client](Feed feed) {
+                                  if (!alive.expired())
+                                      follow(client, std::move(feed));
+                              }};
     auto request = readJSON(line);
     if (request && request->object())
-        handler_(*request->object(), answer);
+        handler_(*request->object(), replies);
     else
-        answer({{"success", false}, {"message", "a JSON object is expected"}});
+        replies.answer({{"success", false}, {"message", "a JSON object is expected"}});
+}
+
+ControlServer::ClientEntry ControlServer::find(std::uint64_t number) {
+    return std::ranges::find(clients_, number, &Client::number);
 }
 
 void ControlServer::finish(std::uint64_t number, const JSONValue::Object& answer) {
-    const auto client = std::ranges::find(clients_, number, &Client::number);
-    if (client == clients_.end())
+    const auto client = find(number);
+    if (client == clients_.end() || client->feed)
         return;
-    sendLine(client->descriptor.get(), writeCompactJSON(answer) + "\n");
+    // An answer fits into the socket's buffer; a client that left no room for it is not waited for.
+    std::string line = writeCompactJSON(answer) + "\n";
+    (void)send(client->descriptor.get(), line);
     clients_.erase(client);
+}
+
+void ControlServer::follow(std::uint64_t number, Feed feed) {
+    const auto client = find(number);
+    if (client == clients_.end() || client->feed)
+        return;
+    const auto followers =
+        std::ranges::count_if(clients_, [](const Client& other) { return other.feed.has_value(); });
+    if (followers >= kMaximumFollowers)
+        return finish(number, {{"success", false}, {"message", "too many clients are listening already"}});
+    client->feed = std::move(feed);
+    client->timeout.reset();
+    client->readable = loop_.watchReadable(client->descriptor.get(), [this, client] { drain(client); });
+    client->news = client->feed->observe([this, client] { this->feed(client); });
+    this->feed(client);
+}
+
+/// A client that stays has nothing more to say: what comes is its end.
+void ControlServer::drain(ClientEntry client) {
+    char ignored[512];
+    const ssize_t got = ::read(client->descriptor.get(), ignored, sizeof ignored);
+    if (got == 0 || (got < 0 && errno != EAGAIN && errno != EINTR))
+        clients_.erase(client);
+}
+
+/// Sends what there is. A client that takes nothing is left alone for a while, and in the end for good.
+void ControlServer::feed(ClientEntry client) {
+    for (;;) {
+        if (client->unsent.empty()) {
+            const auto next = client->feed->next();
+            if (!next)
+                return;
+            client->unsent = writeCompactJSON(*next) + "\n";
+        }
+        const std::size_t before = client->unsent.size();
+        if (!send(client->descriptor.get(), client->unsent)) {
+            clients_.erase(client);
+            return;
+        }
+        if (client->unsent.size() < before)
+            client->stalled = Duration::zero();
+        if (!client->unsent.empty())
+            break;
+    }
+    if (client->timeout)
+        return;
+    client->timeout = loop_.after(kStallInterval, [this, client] {
+        client->timeout.reset();
+        client->stalled += kStallInterval;
+        if (client->stalled >= kStallPatience)
+            clients_.erase(client);
+        else
+            feed(client);
+    });
 }
 
 } // namespace varnel

@@ -29,6 +29,7 @@ PluginServices::PluginServices(PluginManagerOptions options, const Surroundings&
     , manager_(std::move(options), surroundings.preferences, &surroundings.loop)
     , choices_("com.brackwell.varnel.choices")
     , hooks_(manager_, background_, surroundings.log, surroundings.isTestHost)
+    , configurationPath_(surroundings.configurationPath)
     , ready_(scanDone_.get_future().share()) {
     registry_ = manager_.observe([this](const PluginRegistry&) { scanned(); });
 }
@@ -45,7 +46,7 @@ void PluginServices::scanned() {
     if (isReady_)
         return;
     stopWaiting();
-    LoadedConfiguration loaded = latest_.value_or(LoadedConfiguration{});
+    LoadedConfiguration loaded = latest_.value_or(LoadedConfiguration{configurationPath_(), {}});
     hooks_.fire(PluginHook::appDidLaunch, loaded.path, loaded.settings);
     if (latest_)
         hooks_.fire(PluginHook::configDidReload, loaded.path, loaded.settings);

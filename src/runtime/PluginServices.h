@@ -23,6 +23,8 @@ public:
         EventLoop& loop;
         PreferenceStore& preferences;
         LogSink& log;
+        /// The configuration file in use, also when it could not be read.
+        std::function<std::string()> configurationPath;
         bool isTestHost = false;
     };
     /// All surroundings must outlive the services.
@@ -58,6 +60,7 @@ private:
     PluginManager manager_;
     SerialQueue choices_;
     PluginHooks hooks_;
+    std::function<std::string()> configurationPath_;
     std::promise<void> scanDone_;
     std::shared_future<void> ready_;
     bool isReady_ = false;

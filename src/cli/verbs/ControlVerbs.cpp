@@ -27,6 +27,8 @@ void printStatus(const Object& answer, Console& console) {
         console.out.line("Trouble: " + trouble);
     if (std::string error = textOf(answer, "configError"); !error.empty())
         console.out.line("Configuration: " + error);
+    if (std::string notice = textOf(answer, "notice"); !notice.empty())
+        console.out.line(notice);
 }
 
 /// Sends the request and prints the answer; a refusal ends with `refused`.
@@ -64,7 +66,10 @@ int runSuspend(const VerbCall& call, Console& console) {
     return send({{"verb", "suspend"}, {"reason", call.arguments[0]}}, call, console, ExitStatus::failed);
 }
 int runResume(const VerbCall& call, Console& console) {
-    return send({{"verb", "resume"}, {"reason", call.arguments[0]}}, call, console, ExitStatus::failed);
+    Object request{{"verb", "resume"}};
+    if (!call.arguments.empty())
+        request["reason"] = call.arguments[0];
+    return send(request, call, console, ExitStatus::failed);
 }
 int runTrigger(const VerbCall& call, Console& console) {
     JSONValue::Array tokens(call.arguments.begin(), call.arguments.end());
@@ -96,9 +101,9 @@ extern const Verb kSuspendVerb{.name = "suspend",
                                .options = kOptions,
                                .run = runSuspend};
 extern const Verb kResumeVerb{.name = "resume",
-                              .arguments = "REASON",
-                              .summary = "takes a reason for suspension back",
-                              .minimumArguments = 1,
+                              .arguments = "[REASON]",
+                              .summary = "takes a reason for suspension back, or all of them",
+                              .minimumArguments = 0,
                               .maximumArguments = 1,
                               .options = kOptions,
                               .run = runResume};

@@ -41,6 +41,7 @@ int run(const VerbCall& call, Console& console) {
 constexpr VerbOption kOptions[] = {
     kConfigOption,
     {"--headless", "", "no windows and no tray"},
+    {"--safe", "", "the built-in configuration, no plugins of the user, nothing saved"},
     kBundledPluginsOption,
     kUserPluginsOption,
 };
