@@ -50,13 +50,15 @@ if(VARNEL_TIDY)
 endif()
 
 if(VARNEL_PRELUDE)
+  set(prelude <algorithm> <array> <atomic> <charconv> <chrono> <deque> <expected> <functional> <map> <memory> <mutex>
+    <optional> <ranges> <set> <span> <string> <string_view> <thread> <utility> <variant> <vector>)
   file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/prelude.cpp CONTENT "")
   add_library(varnel_prelude OBJECT ${CMAKE_CURRENT_BINARY_DIR}/prelude.cpp)
   target_link_libraries(varnel_prelude PRIVATE varnel_options)
-  target_precompile_headers(varnel_prelude PRIVATE <algorithm> <array> <atomic> <charconv> <chrono> <deque> <expected>
-    <functional> <map> <memory> <mutex> <optional> <ranges> <set> <span> <string> <string_view> <thread> <utility>
-    <variant> <vector> "${CMAKE_SOURCE_DIR}/src/base/EventLoop.h" "${CMAKE_SOURCE_DIR}/src/base/JSONValue.h"
-    "${CMAKE_SOURCE_DIR}/src/base/Text.h")
+  target_precompile_headers(varnel_prelude PRIVATE ${prelude})
+  # Compilers that keep results of their own, as the one for macOS does, look at the arguments only.
+  string(MD5 version "${prelude}")
+  target_include_directories(varnel_prelude PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/prelude-${version})
 endif()
 
 # varnel_library(NAME SOURCES... ): the static library varnel_NAME, alias Varnel::NAME.
