@@ -1,4 +1,4 @@
-// Workspace, running applications and key events. Our own declarations of what Varnel calls, for checking on Linux.
+// Workspace, running applications, key events and the pasteboard. Our own declarations of what Varnel calls, for checking on Linux.
 #pragma once
 #import <Foundation/Foundation.h>
 
@@ -42,4 +42,15 @@ typedef NSUInteger NSEventModifierFlags;
 @property(readonly) unsigned short keyCode;
 @property(readonly) NSEventModifierFlags modifierFlags;
 @property(readonly, getter=isARepeat) BOOL ARepeat;
+@end
+
+typedef NSString *NSPasteboardType;
+extern NSPasteboardType _Nonnull const NSPasteboardTypeString;
+@interface NSPasteboard : NSObject
+@property(class, nonnull, readonly, strong) NSPasteboard *generalPasteboard;
+@property(readonly) NSInteger changeCount;
+- (NSInteger)clearContents;
+- (BOOL)setData:(nullable NSData *)data forType:(nonnull NSPasteboardType)type;
+- (nullable NSData *)dataForType:(nonnull NSPasteboardType)type;
+- (nullable NSString *)stringForType:(nonnull NSPasteboardType)type;
 @end

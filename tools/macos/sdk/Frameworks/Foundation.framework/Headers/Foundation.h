@@ -34,6 +34,11 @@ typedef struct {
                                   objects:(id __unsafe_unretained _Nullable *_Nonnull)buffer
                                     count:(NSUInteger)length;
 @end
+@interface NSData : NSObject
++ (nonnull instancetype)dataWithBytes:(nullable const void *)bytes length:(NSUInteger)length;
+@property(nullable, readonly) const void *bytes __attribute__((objc_returns_inner_pointer));
+@property(readonly) NSUInteger length;
+@end
 @interface NSURL : NSObject
 + (nonnull NSURL *)fileURLWithPath:(nonnull NSString *)path;
 @property(nullable, readonly, copy) NSString *path;

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "config/PasteboardClipboard.h"
+
+namespace varnel {
+
+/// The general pasteboard.
+PasteboardTable systemPasteboard();
+
+} // namespace varnel
