@@ -4,6 +4,7 @@
 #include "base/Text.h"
 #include "config/ConfigHierarchyBuilder.h"
 #include "documents/ActionPhrase.h"
+#include "documents/KeyCaps.h"
 #include "keyboard/notation/KeyTokenCodec.h"
 
 #include <algorithm>
@@ -43,6 +44,11 @@ std::vector<ConfigItem> effective(const std::vector<ConfigItem>& items) {
 
 std::string shownName(const HierarchyNode& node) {
     return node.item ? std::string(trimmed(singleLine(node.item->name, kLongestName))) : std::string();
+}
+
+/// Whether the name alone tells what the phrase does.
+bool says(const std::string& name, const std::string& phrase) {
+    return phrase == name || phrase == localized("Open %1", {name}) || phrase == localized("Run: %1", {name});
 }
 
 bool isAction(const HierarchyNode& node) {
@@ -85,10 +91,10 @@ private:
                          node.fullKeys.end());
         row.name = shownName(node);
         row.phrase = actionPhrase(*node.item);
-        if (row.phrase == localized("Open %1", {row.name}))
-            row.phrase.clear();
         if (row.name.empty())
             row.name = std::exchange(row.phrase, {});
+        else if (says(row.name, row.phrase))
+            row.phrase.clear();
         row.isEnabled = node.item->isEnabled;
         target.rows.push_back(std::move(row));
         ++outline_.bindings;
@@ -106,6 +112,8 @@ private:
         section.depth = depth;
         if (node.item && node.item->type == ItemType::group) {
             section.name = shownName(node);
+            if (section.name == KeyCaps::triggerText(node.fullKeys))
+                section.name.clear();
             section.isEnabled = node.item->isEnabled;
             section.passesThrough = node.item->allowsPassthroughPrefix.value_or(false);
         }

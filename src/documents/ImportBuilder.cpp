@@ -8,12 +8,14 @@
 #include "keyboard/notation/KeyTokenCodec.h"
 
 #include <algorithm>
+#include <iterator>
+#include <set>
 #include <utility>
 
 namespace varnel {
 namespace {
 
-constexpr std::size_t kLongestRule = 100;
+constexpr std::size_t kLongestRule = 100, kLongestName = 60;
 
 /// The same on each import, so that a configuration that was imported again differs only where the rules do.
 Uuid identifier(const std::vector<std::string>& keys) {
@@ -27,6 +29,13 @@ Uuid identifier(const std::vector<std::string>& keys) {
         .value_or(Uuid{});
 }
 
+std::string nameAfterAction(const ConfigItem& item) {
+    const auto command = item.action->params.find("command");
+    if (item.action->pluginID == core::shell && command != item.action->params.end())
+        return singleLine(*command->second.string(), kLongestName);
+    return actionPhrase(item);
+}
+
 ConfigItem itemFor(const ImportedRule& rule, std::vector<std::string> keys) {
     ConfigItem item;
     item.id = identifier(keys);
@@ -35,7 +44,7 @@ ConfigItem itemFor(const ImportedRule& rule, std::vector<std::string> keys) {
     item.action = rule.action;
     item.isEnabled = rule.isEnabled;
     if (item.name.empty())
-        item.name = actionPhrase(item);
+        item.name = nameAfterAction(item);
     return item;
 }
 
@@ -50,10 +59,6 @@ ConfigItem groupFor(std::vector<std::string> keys, std::string name) {
 
 bool isTypable(const std::string& step) {
     return KeyTokenCodec::parse(step) || modifierNamed(step);
-}
-
-bool beginsWith(const std::vector<std::string>& trigger, const std::vector<std::string>& start) {
-    return trigger.size() > start.size() && std::equal(start.begin(), start.end(), trigger.begin());
 }
 
 ImportRemark remark(int line, std::string_view rule, std::string text) {
@@ -162,15 +167,19 @@ void ImportBuilder::finish(const ImportedRule& rule, const std::vector<Trigger>&
 }
 
 void ImportBuilder::settleGroups() {
+    std::set<Trigger> beginnings;
+    for (const ConfigItem& item : report_.items)
+        for (std::size_t count = 1; count < item.keys.size(); ++count)
+            beginnings.emplace(item.keys.begin(), item.keys.begin() + static_cast<std::ptrdiff_t>(count));
     for (const ImportedRule& rule : groups_) {
         bool isUsed = false;
         for (const Trigger& trigger : rule.triggers) {
             Trigger live = KeyTokenCodec::liveSpelling(trigger);
-            const auto isBeneath = [&](const ConfigItem& item) { return beginsWith(item.keys, live); };
-            if (std::ranges::none_of(report_.items, isBeneath))
+            if (!beginnings.contains(live))
                 continue;
             isUsed = true;
-            groupItems_.emplace(live, groupFor(live, rule.name));
+            const auto place = groupItems_.emplace(live, groupFor(live, rule.name)).first;
+            place->second.isEnabled = rule.isEnabled;
         }
         if (!isUsed) {
             leaveOut(rule.line, rule.rule, localized("no rule that could be converted goes on from here"));

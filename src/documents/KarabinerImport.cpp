@@ -6,6 +6,7 @@
 #include "documents/KarabinerManipulator.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <set>
 #include <utility>
@@ -14,7 +15,7 @@ namespace varnel {
 namespace {
 
 using Trigger = ImportedRule::Trigger;
-constexpr std::size_t kMostTriggers = 64;
+constexpr std::size_t kMostTriggers = 64, kDeepest = 32;
 constexpr std::size_t kLongestRule = 60;
 
 bool beginsWith(const Trigger& trigger, const Trigger& start) {
@@ -27,8 +28,12 @@ public:
     explicit KarabinerConverter(std::vector<KarabinerEntry> entries)
         : entries_(std::move(entries))
         , triggers_(entries_.size()) {
-        for (const KarabinerEntry& entry : entries_)
-            manipulators_.push_back(understandKarabiner(entry.value));
+        for (std::size_t i = 0; i < entries_.size(); ++i) {
+            manipulators_.push_back(understandKarabiner(entries_[i].value));
+            if (manipulators_[i])
+                for (const auto& [variable, value] : manipulators_[i]->effect.sets)
+                    setters_[variable].push_back(i);
+        }
     }
 
     ImportReport convert() {
@@ -63,7 +68,7 @@ private:
                           .isEnabled = entry.isEnabled,
                           .notes = manipulator.notes};
         if (rule.triggers.empty())
-            builder_.leaveOut(entry.line, label(index), whyUnreachable(manipulator));
+            builder_.leaveOut(entry.line, label(index), whyUnreachable(manipulator, entry.isEnabled));
         else if (!manipulator.effect.action)
             builder_.group(std::move(rule));
         else {
@@ -90,7 +95,7 @@ private:
         known.emplace(); // what asks for itself leads nowhere
         std::vector<Trigger> found;
         if (const auto& manipulator = manipulators_[index]) {
-            for (Trigger prefix : prefixesFor(manipulator->requires_)) {
+            for (Trigger prefix : prefixesFor(manipulator->requires_, entries_[index].isEnabled)) {
                 prefix.push_back(manipulator->step);
                 found.push_back(std::move(prefix));
             }
@@ -100,12 +105,12 @@ private:
     }
 
     /// The sequences after which all of the requirements hold.
-    std::vector<Trigger> prefixesFor(const std::vector<KarabinerRequirement>& wanted) {
+    std::vector<Trigger> prefixesFor(const std::vector<KarabinerRequirement>& wanted, bool isEnabled) {
         if (wanted.empty())
             return {Trigger{}};
         std::vector<std::set<Trigger>> ways;
         for (const KarabinerRequirement& requirement : wanted)
-            ways.push_back(waysTo(requirement));
+            ways.push_back(waysTo(requirement, isEnabled));
         std::set<Trigger> all;
         for (const std::set<Trigger>& some : ways)
             all.insert(some.begin(), some.end());
@@ -120,14 +125,22 @@ private:
         return prefixes;
     }
 
-    std::set<Trigger> waysTo(const KarabinerRequirement& requirement) {
+    /// What a rule that is off leads to is off as well.
+    std::set<Trigger> waysTo(const KarabinerRequirement& requirement, bool isWantedEnabled) {
         std::set<Trigger> ways;
-        for (std::size_t i = 0; i < entries_.size(); ++i)
-            if (manipulators_[i] && !manipulators_[i]->effect.action &&
-                fulfils(manipulators_[i]->effect, requirement) && entries_[i].isEnabled) {
+        const auto setters = setters_.find(requirement.variable);
+        if (setters == setters_.end() || depth_ == kDeepest)
+            return ways;
+        ++depth_;
+        for (const std::size_t i : setters->second) {
+            const KarabinerEffect& effect = manipulators_[i]->effect;
+            const bool counts = !effect.action && (entries_[i].isEnabled || !isWantedEnabled);
+            if (counts && fulfils(effect, requirement) && ways.size() < kMostTriggers) {
                 const std::vector<Trigger>& own = triggersOf(i);
                 ways.insert(own.begin(), own.end());
             }
+        }
+        --depth_;
         return ways;
     }
 
@@ -138,9 +151,9 @@ private:
         });
     }
 
-    std::string whyUnreachable(const KarabinerManipulator& manipulator) {
+    std::string whyUnreachable(const KarabinerManipulator& manipulator, bool isEnabled) {
         for (const KarabinerRequirement& requirement : manipulator.requires_)
-            if (waysTo(requirement).empty())
+            if (waysTo(requirement, isEnabled).empty())
                 return localized("no rule that could be converted sets the variable “%1” for it",
                                  {singleLine(requirement.variable, kLongestRule)});
         return localized("no sequence sets all the variables that it asks for");
@@ -152,9 +165,11 @@ private:
             const bool resets = std::ranges::any_of(manipulator.effect.sets, [&](const auto& set) {
                 return set.first == requirement.variable && isIdleValue(set.second);
             });
-            return !resets && std::ranges::none_of(manipulators_, [&](const auto& other) {
-                return other && other->isHeldLayer && fulfils(other->effect, requirement);
-            });
+            const auto setters = setters_.find(requirement.variable);
+            return !resets && setters != setters_.end() &&
+                   std::ranges::none_of(setters->second, [&](std::size_t i) {
+                       return manipulators_[i]->isHeldLayer && fulfils(manipulators_[i]->effect, requirement);
+                   });
         });
     }
 
@@ -170,17 +185,15 @@ private:
         return step.empty() || hasOwn ? text : text + " (" + step + ")";
     }
 
-    /// The rule's description names what is alone in it; of several each is named after what it does.
+    /// The rule's description names what is alone in it, or the first sequence that it opens.
     std::string name(std::size_t index) const {
         const KarabinerEntry& entry = entries_[index];
         const JSONValue* own = entry.value.find("description");
         if (own && own->string() && !trimmed(*own->string()).empty())
             return std::string(trimmed(*own->string()));
-        const bool isOnlyGroup =
-            isGroup(index) &&
-            !std::ranges::any_of(others(index), [&](std::size_t other) { return isGroup(other); });
-        return entry.isAloneInRule || isOnlyGroup ? std::string(trimmed(entry.ruleDescription))
-                                                  : std::string();
+        const bool isFirstGroup = isGroup(index) && !isGroupBefore(index);
+        return entry.isAloneInRule || isFirstGroup ? std::string(trimmed(entry.ruleDescription))
+                                                   : std::string();
     }
 
     bool isGroup(std::size_t index) const {
@@ -188,18 +201,19 @@ private:
         return manipulator && !manipulator->effect.action && manipulator->effect.opens();
     }
 
-    /// The other manipulators of the same rule; they stand together.
-    std::vector<std::size_t> others(std::size_t index) const {
-        std::vector<std::size_t> found;
-        for (std::size_t i = 0; i < entries_.size(); ++i)
-            if (i != index && entries_[i].rule == entries_[index].rule)
-                found.push_back(i);
-        return found;
+    /// Whether the rule of a manipulator opens a sequence before it; its manipulators stand together.
+    bool isGroupBefore(std::size_t index) const {
+        for (std::size_t i = index; i-- > 0 && entries_[i].rule == entries_[index].rule;)
+            if (isGroup(i))
+                return true;
+        return false;
     }
 
     std::vector<KarabinerEntry> entries_;
     std::vector<std::expected<KarabinerManipulator, std::string>> manipulators_;
     std::vector<std::optional<std::vector<Trigger>>> triggers_;
+    std::map<std::string, std::vector<std::size_t>> setters_; ///< by variable
+    std::size_t depth_ = 0;
     ImportBuilder builder_;
 };
 

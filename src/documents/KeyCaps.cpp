@@ -35,6 +35,11 @@ constexpr std::pair<std::string_view, std::string_view> kCaps[] = {
     {"down", "↓"},
     {"up", "↑"},
 };
+// Keys without a name in the notation that many keyboards have.
+constexpr std::pair<std::string_view, std::string_view> kNumberedCaps[] = {
+    {"10", "§"},  {"72", "Vol +"}, {"73", "Vol −"}, {"74", "Mute"}, {"110", "Menu"}, {"396", "Calc"},
+    {"419", "⏭"}, {"420", "⏯"},    {"421", "⏮"},    {"422", "⏹"}, {"480", "☀ −"},  {"481", "☀ +"},
+};
 constexpr std::pair<std::string_view, std::string_view> kKeypadCaps[] = {
     {"decimal", "."}, {"multiply", "*"}, {"plus", "+"}, {"divide", "/"}, {"minus", "-"}, {"equals", "="},
 };
@@ -61,8 +66,11 @@ std::string keyCap(std::string_view name) {
         const std::string_view sign = found(kKeypadCaps, rest);
         return "Num " + (sign.empty() ? capitalized(rest) : std::string(sign));
     }
-    if (name.starts_with(numbered))
-        return "#" + std::string(name.substr(numbered.size()));
+    if (name.starts_with(numbered)) {
+        const std::string_view rest = name.substr(numbered.size());
+        const std::string_view cap = found(kNumberedCaps, rest);
+        return cap.empty() ? "#" + std::string(rest) : std::string(cap);
+    }
     return capitalized(name);
 }
 

@@ -115,6 +115,8 @@ private:
             if (flags & modifierFlag(modifier))
                 (step += modifierName(modifier)) += '+';
         chain_.steps.push_back(step + key);
+        if (chain_.isOnRelease)
+            chain_.notes.push_back(localized("it runs when the key goes down, not when it is let go"));
         return {};
     }
 
@@ -129,8 +131,7 @@ private:
                     "“~” hands the key to the application as well; only the first key of a chain "
                     "can do so");
             chain_.passesThrough = chain_.passesThrough || word[0] == '~';
-            if (word[0] == '@' && !std::exchange(chain_.isOnRelease, true))
-                chain_.notes.push_back(localized("it runs when the key goes down, not when it is let go"));
+            chain_.isOnRelease = chain_.isOnRelease || word[0] == '@';
         }
         return {};
     }
