@@ -88,14 +88,18 @@ INSTANTIATE_TEST_SUITE_P(Gtk, RealProgramActivationTest,
 
 TEST_F(XcbWindowActivationTest, ChoosesAmongTheWindowsOfTheApplicationInFront) {
     TestProcess& process = show({{.title = "one"}, {.title = "two"}});
-    ASSERT_TRUE(desktop->activate(window("one").id));
+    const RunningWindow one = window("one"), two = window("two");
+    // The manager gives each new window the keyboard, the last one in the end.
+    ASSERT_TRUE(eventually([&] { return hasKeyboard(two.id); }));
+    ASSERT_TRUE(desktop->activate(one.id));
+    ASSERT_TRUE(eventually([&] { return hasKeyboard(one.id); }));
     EXPECT_EQ(desktop->frontmostProcess(), process.id());
-    const RunningWindow two = window("two");
     ASSERT_TRUE(activate(two)) << traces();
     EXPECT_EQ(topmost(), two.id);
     EXPECT_TRUE(hasKeyboard(two.id));
     EXPECT_NE(traces().find("windowFocus.activateApplication.skippedAlreadyFrontmost=true"),
-              std::string::npos);
+              std::string::npos)
+        << traces();
 }
 
 TEST_F(XcbWindowActivationTest, CountsAWindowBehindItsOwnDialogOrAnAlwaysVisibleOneAsInFront) {
