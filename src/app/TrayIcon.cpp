@@ -1,73 +1,116 @@
 #include "app/TrayIcon.h"
 
-#include "runtime/Application.h"
-
-#include <QPainter>
-#include <QPainterPath>
+#include "app/QtText.h"
+#include "app/ShellActions.h"
+#include "app/StateIcon.h"
 
 namespace varnel {
 
 namespace {
 
-constexpr const char* kSuspensionReason = "tray";
+using Action = MenuEntry::Action;
 
-/// A key cap with a V; pale while keys are not captured.
-QIcon drawIcon(bool active) {
-    QPixmap pixmap(64, 64);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setOpacity(active ? 1.0 : 0.45);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor(38, 42, 52));
-    painter.drawRoundedRect(QRectF(4, 4, 56, 56), 14, 14);
-    QPainterPath letter(QPointF(18, 18));
-    letter.lineTo(32, 46);
-    letter.lineTo(46, 18);
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(Qt::white, 7, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    painter.drawPath(letter);
-    return QIcon(pixmap);
+/// Menus take "&" for the mark of an access key.
+QString menuText(const std::string& text) {
+    return qtText(text).replace(QLatin1Char('&'), QStringLiteral("&&"));
+}
+
+bool haveSameShape(const std::vector<MenuEntry>& a, const std::vector<MenuEntry>& b) {
+    return std::ranges::equal(a, b, {}, &MenuEntry::action, &MenuEntry::action);
 }
 
 } // namespace
 
-TrayIcon::TrayIcon(Application& application)
-    : application_(application) {
-    state_ = menu_.addAction(QString());
-    state_->setEnabled(false);
-    menu_.addSeparator();
-    suspension_ = menu_.addAction(QString(), [this] { toggleSuspension(); });
-    menu_.addAction(QObject::tr("Reload Configuration"), [this] { application_.reload(); });
-    menu_.addSeparator();
-    menu_.addAction(QObject::tr("Quit Varnel!"), [this] { application_.quit(); });
-    icon_.setContextMenu(&menu_);
-    status_ = application_.hotkeys().observe(HotkeyManager::Topic::status, [this] { update(); });
-    update();
-    icon_.show();
+TrayIcon::TrayIcon(ShellActions& actions, Source source)
+    : actions_(actions)
+    , source_(std::move(source)) {
+    connect(&menu_, &QMenu::aboutToShow, this, [this] {
+        source_.refresh();
+        setState(source_.state());
+        clock_.start(1000);
+    });
+    connect(&menu_, &QMenu::aboutToHide, &clock_, &QTimer::stop);
+    connect(&clock_, &QTimer::timeout, this, [this] { setState(source_.state()); });
+    setState(source_.state());
+    appear();
 }
 
-void TrayIcon::update() {
-    const HotkeyManager& hotkeys = application_.hotkeys();
-    bool suspended = hotkeys.isSuspended();
-    QString line = QString::fromStdString(hotkeys.statusLine());
-    QString toolTip = QStringLiteral("Varnel!\n") + line;
-    for (const std::string& more : {hotkeys.trouble(), hotkeys.statusMessage()})
-        if (!more.empty())
-            toolTip += QLatin1Char('\n') + QString::fromStdString(more);
-    state_->setText(line);
-    suspension_->setText(suspended ? QObject::tr("Resume") : QObject::tr("Suspend"));
-    icon_.setIcon(drawIcon(hotkeys.isGlobalOn() && !suspended));
-    icon_.setToolTip(toolTip);
+void TrayIcon::appear() {
+    icon_ = std::make_unique<QSystemTrayIcon>();
+    connect(icon_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
+            actions_.showStatus();
+    });
+    icon_->setContextMenu(&menu_);
+    icon_->setIcon(stateIcon(shown_.health.state));
+    icon_->setToolTip(qtText(toolTip(shown_)));
+    icon_->show();
 }
 
-void TrayIcon::toggleSuspension() {
-    HotkeyManager& hotkeys = application_.hotkeys();
-    if (!hotkeys.isSuspended())
-        return hotkeys.suspend(kSuspensionReason);
-    // Whoever asks for keys to be captured again here means it, whatever they were suspended for.
-    for (const std::string& reason : std::set<std::string>(hotkeys.suspensionReasons()))
-        hotkeys.resume(reason);
+void TrayIcon::reappear() {
+    appear();
+}
+
+void TrayIcon::setState(const ShellState& state) {
+    const bool isNew = shown_.health.state != state.health.state;
+    shown_ = state;
+    std::vector<MenuEntry> entries = menuEntries(state);
+    const bool fits = haveSameShape(entries, entries_);
+    entries_ = std::move(entries);
+    fits ? updateTexts() : fillMenu();
+    if (!icon_)
+        return;
+    if (isNew)
+        icon_->setIcon(stateIcon(state.health.state));
+    icon_->setToolTip(qtText(toolTip(state)));
+}
+
+void TrayIcon::fillMenu() {
+    menu_.clear();
+    for (const MenuEntry& entry : entries_) {
+        if (entry.action == Action::separator) {
+            menu_.addSeparator();
+            continue;
+        }
+        QAction* action = menu_.addAction(menuText(entry.text));
+        action->setEnabled(entry.action != Action::none);
+        connect(action, &QAction::triggered, this, [this, what = entry.action] { run(what); });
+    }
+}
+
+void TrayIcon::updateTexts() {
+    const QList<QAction*> actions = menu_.actions();
+    for (std::size_t i = 0; i < entries_.size(); ++i)
+        if (QAction* action = actions.at(static_cast<qsizetype>(i)); !action->isSeparator())
+            action->setText(menuText(entries_[i].text));
+}
+
+void TrayIcon::run(Action action) {
+    switch (action) {
+    case Action::showStatus:
+        return actions_.showStatus();
+    case Action::pauseShort:
+        return actions_.pause(kShortPause);
+    case Action::pauseLong:
+        return actions_.pause(kLongPause);
+    case Action::pauseUntilResumed:
+        return actions_.pause(std::nullopt);
+    case Action::resume:
+        return actions_.resume();
+    case Action::reload:
+        return actions_.reload();
+    case Action::openConfiguration:
+        return actions_.openConfiguration();
+    case Action::showSettings:
+        return actions_.showSettings({});
+    case Action::showAbout:
+        return actions_.showAbout();
+    case Action::quit:
+        return actions_.quit();
+    case Action::none:
+    case Action::separator:
+        return;
+    }
 }
 
 } // namespace varnel

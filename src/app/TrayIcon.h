@@ -1,30 +1,47 @@
 #pragma once
 
-#include "base/Subscription.h"
+#include "app/ShellState.h"
 
 #include <QMenu>
+#include <QObject>
 #include <QSystemTrayIcon>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
 
 namespace varnel {
 
-class Application;
+class ShellActions;
 
-/// The application's icon in the system's tray: its state, and the few things that it can be told there.
-class TrayIcon {
+/// The application's icon in the panel, and its menu. Where the desktop has no place for icons, it appears as
+/// soon as there is one.
+class TrayIcon : public QObject {
 public:
-    /// The application must outlive the icon.
-    explicit TrayIcon(Application& application);
+    struct Source {
+        std::function<ShellState()> state;
+        std::function<void()> refresh; ///< called before the menu is shown
+    };
+    TrayIcon(ShellActions& actions, Source source);
+
+    void setState(const ShellState& state);
+    /// The desktop has another place for icons than before.
+    void reappear();
+    [[nodiscard]] bool isMenuOpen() const { return menu_.isVisible(); }
 
 private:
-    void update();
-    void toggleSuspension();
+    void appear();
+    void fillMenu();
+    void updateTexts();
+    void run(MenuEntry::Action action);
 
-    Application& application_;
+    ShellActions& actions_;
+    Source source_;
+    ShellState shown_;
     QMenu menu_;
-    QAction* state_;
-    QAction* suspension_;
-    QSystemTrayIcon icon_;
-    Subscription status_;
+    std::vector<MenuEntry> entries_;
+    QTimer clock_; ///< while the menu is open, for the time that is left
+    std::unique_ptr<QSystemTrayIcon> icon_;
 };
 
 } // namespace varnel

@@ -1,16 +1,41 @@
 #include "app/QtEventLoop.h"
-#include "app/TrayIcon.h"
+#include "app/Shell.h"
 #include "cli/CommandLine.h"
 #include "cli/RunOptions.h"
 #include "cli/StandardStreams.h"
 #include "cli/Verbs.h"
+#include "runtime/ControlClient.h"
 
 #include <QApplication>
 
 #include <csignal>
 #include <memory>
+#include <thread>
 
 using namespace varnel;
+
+namespace {
+
+/// Has the application that runs on this display come forward. False: there is none, or it has no windows.
+bool bringForwardRunning(const RuntimePaths& paths) {
+    const auto answer = sendControlRequest(paths, {{"verb", "show"}, {"display", paths.display}});
+    if (!answer)
+        return false;
+    const auto success = answer->find("success");
+    return success != answer->end() && success->second.boolean() && *success->second.boolean();
+}
+
+/// The same for one that is only just starting.
+bool bringForwardStarting(const RuntimePaths& paths) {
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        if (bringForwardRunning(paths))
+            return true;
+        std::this_thread::sleep_for(50ms);
+    }
+    return false;
+}
+
+} // namespace
 
 int main(int argc, char** argv) {
     keepStandardStreamsClosed();
@@ -22,14 +47,19 @@ int main(int argc, char** argv) {
         console.complain(call.error().message);
         return ExitStatus::failed;
     }
+    ApplicationOptions options = applicationOptions(*call);
+    const RuntimePaths paths = options.paths;
+    if (bringForwardRunning(paths))
+        return ExitStatus::fine;
     QApplication qt(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Varnel"));
+    QApplication::setDesktopFileName(QStringLiteral("varnel"));
     QApplication::setQuitOnLastWindowClosed(false);
     QtEventLoop loop;
-    return runApplication(loop, applicationOptions(*call), console,
-                          [](Application& application) -> std::shared_ptr<void> {
-                              if (!QSystemTrayIcon::isSystemTrayAvailable())
-                                  return nullptr;
-                              return std::make_shared<TrayIcon>(application);
-                          });
+    return runApplication(
+        loop, std::move(options), console,
+        [&loop](Application& application) -> std::shared_ptr<void> {
+            return std::make_shared<Shell>(loop, application, makeShellSystem(loop, application));
+        },
+        [&paths] { return bringForwardStarting(paths); });
 }
