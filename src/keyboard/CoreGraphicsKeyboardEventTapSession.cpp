@@ -19,11 +19,19 @@ TapVerdict receive(const EventTapFunctions& functions, const Slot& slot, const K
     }
     if (type != kCGEventKeyDownType && type != kCGEventFlagsChangedType)
         return TapVerdict::pass;
-    // A binding that posts its own trigger must not feed itself.
-    if (functions.sourceProcess(event) == functions.ownProcess)
+    const std::int64_t poster = functions.sourceProcess(event);
+    auto key = functions.applicationEvent(event);
+    if (!key)
         return TapVerdict::pass;
-    const auto key = functions.applicationEvent(event);
-    return key ? callback(*key) : TapVerdict::pass;
+    key->isSynthetic = poster != 0;
+    if (poster != functions.ownProcess)
+        return callback(*key);
+    // A binding that posts its own trigger must not feed itself.
+    if (key->type == KeyboardEvent::Type::keyDown) {
+        key->type = KeyboardEvent::Type::postedByUs;
+        (void)callback(*key);
+    }
+    return TapVerdict::pass;
 }
 
 } // namespace
@@ -58,6 +66,14 @@ void CoreGraphicsKeyboardEventTapSession::invalidate() {
     functions_.invalidatePort(eventTap_);
     functions_.releaseSource(runLoopSource_);
     functions_.releasePort(eventTap_);
+}
+
+std::optional<PanicKeySet> CoreGraphicsKeyboardEventTapSession::panicKeysHeldByHand() const {
+    if (!functions_.isDownOnHardware)
+        return std::nullopt;
+    return PanicKeySet{.leftControl = functions_.isDownOnHardware(PanicKeys::kLeftControl),
+                       .space = functions_.isDownOnHardware(PanicKeys::kSpace),
+                       .escape = functions_.isDownOnHardware(PanicKeys::kEscape)};
 }
 
 CoreGraphicsKeyboardEventTapSessionFactory::CoreGraphicsKeyboardEventTapSessionFactory(

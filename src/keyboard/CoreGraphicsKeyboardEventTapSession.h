@@ -45,6 +45,8 @@ struct EventTapFunctions {
     /// The process that posted the event; 0 for the hardware.
     std::function<std::int64_t(SystemObject event)> sourceProcess;
     std::int64_t ownProcess = 0;
+    /// Whether the key is down on the hardware itself, whatever programs have posted; may be empty.
+    std::function<bool(KeyCode)> isDownOnHardware = {};
 };
 
 /// An open tap with its run-loop source. Destroying it closes it.
@@ -64,6 +66,7 @@ public:
     void invalidate() override;
     /// The tap sees every event anyway.
     void setInterest(const KeyInterest&) override {}
+    [[nodiscard]] std::optional<PanicKeySet> panicKeysHeldByHand() const override;
     [[nodiscard]] bool isInvalidated() const { return isInvalidated_; }
 
 private:
@@ -74,8 +77,8 @@ private:
     bool isInvalidated_ = false;
 };
 
-/// Taps at the hardware level, and where that is refused once more at the session's level. Events that this
-/// process posted itself pass and are never offered.
+/// Taps at the hardware level, and where that is refused once more at the session's level. Keys that this
+/// process posted itself pass and are only told of.
 class CoreGraphicsKeyboardEventTapSessionFactory : public KeyboardEventTapSessionCreating {
 public:
     /// The factory must outlive its sessions until they are invalidated.

@@ -29,11 +29,17 @@ std::expected<void, ConfigError> SafeConfigStorage::setConfigURL(std::string url
     return refused(std::move(url));
 }
 
+std::expected<std::string, ConfigError> SafeConfigStorage::read() {
+    isInForce_ = true;
+    return content_;
+}
+
 std::expected<void, ConfigError> SafeConfigStorage::write(std::string_view data) {
-    // Where there is no file the default one is asked for, which is what this holds already.
-    if (data == content_)
-        return {};
-    return refused(url_);
+    // Where there is no file nothing is read; the default configuration comes this way instead.
+    if (std::exchange(isInForce_, true))
+        return refused(url_);
+    content_ = data;
+    return {};
 }
 
 std::expected<void, ConfigError> SafeConfigStorage::create(const std::string& url, std::string_view) {

@@ -17,7 +17,7 @@ public:
     [[nodiscard]] std::string displayName() const override;
     [[nodiscard]] const std::string& configURL() const override { return url_; }
     std::expected<void, ConfigError> setConfigURL(std::string url) override;
-    std::expected<std::string, ConfigError> read() override { return content_; }
+    std::expected<std::string, ConfigError> read() override;
     std::expected<void, ConfigError> write(std::string_view data) override;
     std::expected<void, ConfigError> create(const std::string& url, std::string_view data) override;
     void rememberChoice() override {}
@@ -26,6 +26,7 @@ public:
 private:
     std::string url_;
     std::string content_;
+    bool isInForce_ = false; ///< nothing else is accepted any more
 };
 
 } // namespace varnel

@@ -32,6 +32,7 @@ public:
         f.applicationEvent = [this](SystemObject) { return event; };
         f.sourceProcess = [this](SystemObject) { return poster; };
         f.ownProcess = 42;
+        f.isDownOnHardware = [](KeyCode code) { return code == 59 || code == 53; };
         return f;
     }
     std::string log;
@@ -86,8 +87,12 @@ TEST(CoreGraphicsTapSession, OffersKeysAndRearmsWhenDisabled) {
     RecordingTable table;
     CoreGraphicsKeyboardEventTapSessionFactory factory(table.functions());
     int offered = 0;
+    std::string told;
     auto session = factory.createSession([&](const KeyboardEvent& event) {
-        offered += event.keyCode;
+        offered += event.type != KeyboardEvent::Type::postedByUs ? event.keyCode : 0;
+        told += event.type == KeyboardEvent::Type::postedByUs ? "own "
+                : event.isSynthetic                           ? "posted "
+                                                              : "typed ";
         return TapVerdict::swallow;
     });
     const auto send = [&](std::uint32_t type) { return table.receive(type, nullptr); };
@@ -98,10 +103,17 @@ TEST(CoreGraphicsTapSession, OffersKeysAndRearmsWhenDisabled) {
     EXPECT_EQ(send(11), TapVerdict::pass);
     table.poster = 42;
     EXPECT_EQ(send(10), TapVerdict::pass) << "our own key";
+    EXPECT_EQ(offered, 14);
+    table.poster = 43;
+    EXPECT_EQ(send(10), TapVerdict::swallow) << "another program's key";
+    EXPECT_EQ(told, "typed typed own posted ");
     table.poster = 0;
     table.event.reset();
     EXPECT_EQ(send(10), TapVerdict::pass) << "not convertible";
-    EXPECT_EQ(offered, 14);
+    EXPECT_EQ(offered, 21);
+
+    EXPECT_EQ(session->panicKeysHeldByHand(),
+              (PanicKeySet{.leftControl = true, .space = false, .escape = true}));
 
     table.log.clear();
     EXPECT_EQ(send(0xFFFFFFFE), TapVerdict::pass);

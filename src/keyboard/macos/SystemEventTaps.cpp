@@ -75,6 +75,9 @@ EventTapFunctions systemEventTaps() {
         return CGEventGetIntegerValueField(static_cast<CGEventRef>(event), kCGEventSourceUnixProcessID);
     };
     functions.ownProcess = getpid();
+    functions.isDownOnHardware = [](KeyCode code) {
+        return CGEventSourceKeyState(kCGEventSourceStateHIDSystemState, code);
+    };
     return functions;
 }
 

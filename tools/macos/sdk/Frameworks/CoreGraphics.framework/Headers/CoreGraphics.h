@@ -50,6 +50,7 @@ typedef enum : int32_t {
 typedef CGEventRef (*CGEventTapCallBack)(CGEventTapProxy proxy, CGEventType type, CGEventRef event,
                                          void *context);
 
+bool CGEventSourceKeyState(CGEventSourceStateID state, CGKeyCode key);
 CFMachPortRef CGEventTapCreate(CGEventTapLocation tap, CGEventTapPlacement place,
                                CGEventTapOptions options, CGEventMask mask, CGEventTapCallBack cb,
                                void *context);
