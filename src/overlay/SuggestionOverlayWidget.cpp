@@ -12,6 +12,8 @@
 #include <QPlatformSurfaceEvent>
 #include <QScreen>
 
+#include <utility>
+
 namespace varnel {
 namespace {
 
@@ -21,6 +23,8 @@ constexpr Qt::WindowFlags kFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::Wind
 /// The window leaves this part of the screen free.
 constexpr double kFreeShare = 0.08;
 constexpr int kShadowDarkness = 70;
+constexpr const char* kCommonCharacters = "abcdefghijklmnopqrst\nuvwxyzABCDEFGHIJKLM\nNOPQRSTUVWXYZ\n"
+                                          "0123456789 .,:;-+/\n()…·!?'\"←→↑↓#%&=";
 
 OverlaySize overlaySize(QSize size) {
     return {size.width(), size.height()};
@@ -47,12 +51,22 @@ void SuggestionOverlayWidget::prepare(const OverlayAppearance& appearance) {
     if (isVisible())
         return;
     layOut(sampleState({{}, surroundings_.namesKeysBySymbols()}), appearance);
-    resize(pictureArea().size());
+    resize(pictureArea().size() + 2 * QSize(pictureArea().x(), pictureArea().y()));
     winId();
-    // Painting once loads the fonts and fills the caches of glyphs.
-    QPixmap pixmap(size());
+    // Painting once loads the fonts and fills the caches of glyphs, at the scale of the screen.
+    QPixmap pixmap(size() * devicePixelRatioF());
+    pixmap.setDevicePixelRatio(devicePixelRatioF());
     render(&pixmap);
+    QPainter painter(&pixmap);
+    for (const QFont& font : {style_->text, style_->title, style_->small, style_->cap}) {
+        painter.setFont(font);
+        for (const QString& line : QString::fromUtf8(kCommonCharacters).split(QLatin1Char('\n')))
+            painter.drawText(0, style_->em, line);
+    }
     picture_.reset();
+    // Asking connects to the desktop's accessibility service, which the first appearance would do otherwise.
+    QAccessible::isActive();
+    QCursor::pos();
 }
 
 int SuggestionOverlayWidget::show(const SuggestionOverlayState& state, const OverlayAppearance& appearance) {
