@@ -29,7 +29,7 @@ enum class HintAvailability {
     available,
     disabled,    ///< its capability is switched off
     untrusted,   ///< its capability is not trusted, or was changed since
-    missing,     ///< there is no such capability
+    missing,     ///< there is no such capability, or it can't be used
     unreachable, ///< no keyboard produces this key
 };
 

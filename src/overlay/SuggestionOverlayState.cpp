@@ -21,7 +21,7 @@ std::string availabilityText(HintAvailability availability) {
     case HintAvailability::untrusted:
         return localized("not trusted");
     case HintAvailability::missing:
-        return localized("not installed");
+        return localized("not available");
     case HintAvailability::unreachable:
         return localized("can't be typed");
     }

@@ -3,6 +3,8 @@
 //   show SCENE [THEME [TEXTSIZE [POSITION]]]   page TURNS   time FRACTION   hide   quit
 //   cycle COUNT MILLISECONDS                   shows and hides COUNT times, each state as long as that
 //   wallpaper                                  puts something pleasant behind everything
+//   model                                      answers what the window says, then one line a row, then "."
+//   label KEYCODE                              answers what that position types in the user's layout
 //   geometry                                   answers "X Y WIDTH HEIGHT" of the window
 
 #include "Scenes.h"
@@ -72,6 +74,10 @@ private:
             widget_.hide();
         else if (verb == "wallpaper")
             wallpaper_.show();
+        else if (verb == "model")
+            return answerModel();
+        else if (verb == "label")
+            return answerLabel(words);
         else if (verb == "cycle")
             return beginCycle(words);
         else if (verb == "geometry")
@@ -93,6 +99,21 @@ private:
     }
 
     void present() { widget_.show(state_, appearance_); }
+
+    void answerModel() const {
+        answer(spokenText(state_));
+        for (const SuggestionRow& row : state_.rows)
+            answer(spokenText(row));
+        answer(".");
+    }
+
+    void answerLabel(std::istream& words) const {
+        KeyCode code = 0;
+        words >> code;
+        answer(surroundings_->keyLabel(code).value_or("-") +
+               (surroundings_->blendsWindows() ? " blended" : "") +
+               (surroundings_->prefersLessMotion() ? " still" : ""));
+    }
 
     void moveBar(std::istream& words) {
         double fraction = 1;
