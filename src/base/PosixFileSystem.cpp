@@ -20,6 +20,8 @@ namespace {
 
 /// Larger files are refused: nothing that Varnel reads comes near, but a device may never end.
 constexpr std::size_t kLargestFile = std::size_t{1} << 30;
+/// How long a pipe may say nothing, in milliseconds: it must not hold the program up for ever.
+constexpr int kPatience = 1000;
 
 std::unexpected<FileError> failed(const char* operation, const std::string& path, int code = errno) {
     return std::unexpected(FileError{operation, path, code});
@@ -86,7 +88,8 @@ FileSystem::Result<std::string> PosixFileSystem::readFile(const std::string& pat
                 return failed("read", path, EFBIG);
         } else if (errno == EAGAIN) {
             pollfd waiting{file.get(), POLLIN, 0};
-            poll(&waiting, 1, -1);
+            if (poll(&waiting, 1, kPatience) == 0)
+                return failed("read", path, ETIMEDOUT);
         } else if (errno != EINTR) {
             return failed("read", path);
         }

@@ -66,17 +66,16 @@ private:
         const UnavailablePlugin* plugin = unavailable(action.pluginID);
         if (!plugin)
             return false;
-        const std::string mention = config_.mention(index), id = quoteForMessage(action.pluginID);
+        const std::string mention = config_.mention(index);
         if (plugin->isUntrusted)
             findings_.addForItem(
                 RuleID::untrustedPlugin, index, {"action", "pluginID"},
-                localized("%1 uses %2, which does not run before you trust it: %3 Look at the package, then: "
-                          "varnel plugins trust %4",
-                          {mention, id, plugin->reason, singleLine(action.pluginID, 60)}));
+                localized("%1 does nothing: %2 Look at the package, then: varnel plugins trust %3",
+                          {mention, plugin->reason, singleLine(action.pluginID, 60)}));
         else
             findings_.addForItem(
                 RuleID::inactivePlugin, index, {"action", "pluginID"},
-                localized("%1 uses %2, which does not run: %3", {mention, id, plugin->reason}));
+                localized("%1 does nothing: %2", {mention, singleLine(plugin->reason, 400)}));
         return true;
     }
 

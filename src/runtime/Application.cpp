@@ -77,6 +77,7 @@ std::expected<void, std::string> Application::start() {
     buildPlugins();
     if (auto opened = openConfiguration(); !opened)
         return opened;
+    reviewConfiguration();
     buildEngine();
     captureKeyboard();
     plugins_->scan();
@@ -189,8 +190,21 @@ void Application::buildEngine() {
         if (!change.rootItems)
             return;
         hotkeys_->updateConfiguration(config_->sharedRootItems());
+        review_->reviewSoon();
         settleSoon();
     }));
+}
+
+void Application::reviewConfiguration() {
+    review_ = std::make_unique<ConfigReview>(
+        ConfigReview::Surroundings{.loop = loop_,
+                                   .executor = plugins_->backgroundQueue(),
+                                   .log = *log_,
+                                   .configPath = [this] { return config_->currentConfigPath(); },
+                                   .registry = [this] { return plugins_->manager().registry(); }});
+    subscriptions_.push_back(
+        plugins_->manager().observe([this](const PluginRegistry&) { review_->reviewSoon(); }));
+    review_->reviewSoon();
 }
 
 void Application::addChoiceResolvers() {

@@ -10,6 +10,7 @@
 #include "config/ConfigManager.h"
 #include "keyboard/HotkeyManager.h"
 #include "keyboard/KeyboardMonitor.h"
+#include "runtime/ConfigReview.h"
 #include "runtime/ControlServer.h"
 #include "runtime/Platform.h"
 #include "runtime/PluginServices.h"
@@ -79,6 +80,8 @@ public:
     [[nodiscard]] HotkeyManager& hotkeys() { return *hotkeys_; }
     [[nodiscard]] const HotkeyManager& hotkeys() const { return *hotkeys_; }
     [[nodiscard]] ConfigManager& config() { return *config_; }
+    /// What the check says of the configuration, some time after it has come.
+    [[nodiscard]] const ConfigReviewResult& configReview() const { return review_->result(); }
     [[nodiscard]] PluginServices& plugins() { return *plugins_; }
     [[nodiscard]] PreferenceStore& preferences() { return *preferences_; }
     /// What the user must allow; null where nothing has to be, and before `start`.
@@ -92,6 +95,7 @@ private:
     void buildPlugins();
     void buildEngine();
     void addChoiceResolvers();
+    void reviewConfiguration();
     void awaitPermission();
     void settleSoon();
     void preferencesChanged();
@@ -120,6 +124,7 @@ private:
     std::unique_ptr<ConfigManager> config_;
     std::unique_ptr<KeyboardMonitorFactory> monitorFactory_;
     std::unique_ptr<HotkeyManager> hotkeys_;
+    std::unique_ptr<ConfigReview> review_;
     std::vector<Subscription> subscriptions_;
     CallbackList troubleObservers_;
     std::string notedTrouble_; ///< the latest that was noted as a decision

@@ -199,6 +199,8 @@ JSONValue::Object applicationStatus(Application& application) {
         {"configPath", config.currentConfigPath()},
         {"itemCount", static_cast<double>(config.rootItems().size())},
         {"configError", nullptr},
+        {"configFindings", Object{{"count", static_cast<double>(application.configReview().count)},
+                                  {"first", application.configReview().first}}},
     };
     if (config.loadError())
         status["configError"] = describe(*config.loadError());

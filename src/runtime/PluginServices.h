@@ -35,6 +35,8 @@ public:
     [[nodiscard]] PluginManager& manager() { return manager_; }
     /// Where plugins say what there is to choose from; a hook that takes its time does not hold them up.
     [[nodiscard]] SerialExecutor& choiceQueue() { return choices_; }
+    /// Where packages are looked for and hooks run; for other work that nobody waits for.
+    [[nodiscard]] SerialExecutor& backgroundQueue() { return background_; }
 
     /// Looks for the packages; the first time, tells them of the launch afterwards.
     void scan();

@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <set>
 
 namespace varnel {
 namespace {
@@ -129,6 +132,143 @@ TEST(ConfigCheck, FindsActionsThatCannotRun) {
         EXPECT_EQ(findings(document({item("A", R"(["a"])", std::string(R"("action":)") + row.action)})),
                   row.found)
             << row.action;
+}
+
+/// The findings of one action that a plugin "p" offers, with the path behind "params.".
+std::string parameterFindings(const std::vector<KnownAction::Form>& forms, const std::string& params) {
+    const CheckSurroundings surroundings{.actions = {{"p", "a", forms}}};
+    std::string all;
+    for (const std::string& found :
+         findings(document({item("A", R"(["a"])",
+                                 R"("action":{"pluginID":"p","actionID":"a","params":)" + params + "}")}),
+                  surroundings)) {
+        const std::string code = found.substr(0, found.find(' '));
+        const std::size_t key = found.find("params.");
+        all += (all.empty() ? "" : ", ") + code +
+               (key == std::string::npos ? "" : " " + found.substr(key + 7, found.rfind(' ') - key - 7));
+    }
+    return all;
+}
+
+TEST(ConfigCheck, HoldsParametersAgainstTheFormsOfTheAction) {
+    using enum KnownAction::Parameter::Kind;
+    const KnownAction::Form form{
+        {.key = "note", .kind = text, .required = true},
+        {.key = "mode", .kind = choice, .choices = {"edit", "read", 3}, .defaultValue = "read"},
+        {.key = "line", .kind = integer, .required = true, .dependsOn = "mode", .shownWhen = {"edit", "3"}},
+        {.key = "loose", .kind = choice, .choices = {"left-half"}, .ignoresSpelling = true},
+        {.key = "scale", .kind = number},
+        {.key = "wide", .kind = boolean},
+        {.key = "press", .kind = shortcut},
+        {.key = "filled", .kind = text, .required = true, .defaultValue = "x"}};
+    const KnownAction::Form other{{.key = "title", .kind = text, .required = true}};
+    const struct {
+        const char* params;
+        const char* found;
+    } rows[] = {
+        {R"({"note":"x"})", ""},
+        {R"({"note":" "})", "missing-parameter note"},
+        {R"({"note":null})", "missing-parameter note"},
+        {R"({"nota":"x"})", "missing-parameter"},
+        {R"({"note":1})", "mistyped-parameter note"},
+        {R"({"note":"x","mode":"edit"})", "missing-parameter"},
+        {R"({"note":"x","mode":3,"line":2})", ""},
+        {R"({"note":"x","mode":"edit","line":2.5})", "mistyped-parameter line"},
+        {R"({"note":"x","line":"not looked at while reading"})", ""},
+        {R"({"note":"x","mode":"Edit"})", "mistyped-parameter mode"},
+        {R"({"note":"x","loose":"Left half"})", ""},
+        {R"({"note":"x","scale":"1"})", "mistyped-parameter scale"},
+        {R"({"note":"x","wide":"true","scale":1e3})", "mistyped-parameter wide"},
+        {R"({"note":"x","press":"cmd"})", "invalid-shortcut press"},
+        {R"({"note":"x","press":""})", ""},
+        {R"({"note":"x","scal":1})", "unknown-parameter scal"},
+        {R"({"note":"x","entirelyDifferent":1})", ""},
+        {R"({"title":"x"})", ""},
+        {R"({"title":1,"note":1,"wide":1})", "mistyped-parameter title"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(parameterFindings({form, other}, row.params), row.found) << row.params;
+}
+
+TEST(ConfigCheck, KnowsWhatRunsOnThisMachine) {
+    const CheckSurroundings surroundings{.actions = builtInActions(),
+                                         .unavailablePlugins = {{"user.notes", true, "It is not trusted."},
+                                                                {"core.shell", false, "It is disabled."}},
+                                         .whyNoApplication = [](const std::string& path) {
+                                             return path == "/A" ? std::string("there is no /A")
+                                                                 : std::string();
+                                         }};
+    const auto action = [](const std::string& plugin, const std::string& rest = "") {
+        return R"("action":{"pluginID":")" + plugin + R"(","actionID":"run","params":{"command":"x"}})" +
+               rest;
+    };
+    const std::string elsewhere =
+        R"("action":{"pluginID":"core.application","actionID":"open","params":{"path":"/B"}})";
+    EXPECT_EQ(findings(document({item("A", R"(["a"])"), item("B", R"(["b"])", elsewhere),
+                                 item("C", R"(["c"])", action("user.notes")),
+                                 item("D", R"(["d"])", action("core.shell"))}),
+                       surroundings),
+              (std::vector<std::string>{"missing-application items[0].action.params.path 2:101",
+                                        "untrusted-plugin items[2].action.pluginID 4:47",
+                                        "inactive-plugin items[3].action.pluginID 5:47"}));
+    const std::string off = R"(,"isEnabled":false)";
+    EXPECT_TRUE(findings(document({item("A", R"(["a"])", kOpen + off),
+                                   item("C", R"(["c"])", action("user.notes", off))}),
+                         surroundings)
+                    .empty())
+        << "a disabled item may be for another machine";
+}
+
+TEST(ConfigCheck, NotesOlderFormsAndSpellings) {
+    std::vector<std::string> notes;
+    for (const Diagnostic& each : checkDocument("[" +
+                                                    item("A", R"([" CMD ","Shift+ctrl+K","enter"])",
+                                                         R"("action":{"type":"application","path":"/A"})") +
+                                                    "]",
+                                                builtInActions())) {
+        EXPECT_EQ(each.severity, Severity::note) << each.message;
+        notes.push_back(each.code + " " + each.path);
+    }
+    EXPECT_EQ(notes, (std::vector<std::string>{"older-form ", "missing-id [0]", "spelling [0].keys[0]",
+                                               "spelling [0].keys[1]", "older-form [0].action"}));
+}
+
+TEST(ConfigCheck, NamesTheDamageRatherThanWhereReadingGaveUp) {
+    const struct {
+        const char* text;
+        int line;
+        const char* hint;
+    } rows[] = {
+        {"{\n  \"items\": [\n    {\n      \"a\": [\n        1\n      \"b\": 2\n    }\n  ]\n}\n", 6,
+         "expected"},
+        {"{\n  \"items\": [\n    {\n      \"a\": {\n        \"b\": 1,\n      \"c\": 2\n    },\n    {\n"
+         "      \"d\": 1\n    }\n  ]\n}\n",
+         6, "brackets and indentation"},
+        {"{\n  \"items\": []\n\n\n  \"pluginSettings\": {}\n}\n", 2, "look at the end of line 2"},
+        {"{\"items\": [{\n\"name\": \"A\",\n\"type\": \"group\",\n\"kees\": []}],\n\"pluginSettings\": {}}",
+         4, "did you mean \"keys\" by \"kees\"?"},
+    };
+    for (const auto& row : rows) {
+        const auto found = checkDocument(row.text, CheckSurroundings{});
+        ASSERT_EQ(found.size(), 1u);
+        EXPECT_EQ(found[0].position.line, row.line) << found[0].message;
+        EXPECT_TRUE(found[0].message.contains(row.hint)) << found[0].message;
+    }
+}
+
+TEST(ConfigRules, AreAllInTheDocumentationAsTheyAre) {
+    std::ifstream file(VARNEL_SOURCE_DIR "/docs/check.md");
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    std::set<std::string_view> codes;
+    for (const ConfigRule& rule : configRules()) {
+        EXPECT_TRUE(codes.insert(rule.code).second) << rule.code << " is there twice";
+        EXPECT_EQ(findConfigRule(rule.code), &rule);
+        EXPECT_TRUE(text.contains(
+            "| `" + std::string(rule.code) + "` | " + std::string(severityName(rule.severity)) +
+            (rule.isFixable ? ", `--fix`" : "") + " | " + rule.explanation() + " " + rule.remedy() + " |\n"))
+            << rule.code;
+    }
+    EXPECT_EQ(findConfigRule("equal"), nullptr);
 }
 
 TEST(ConfigCheck, FindsWhatSavingWouldDrop) {

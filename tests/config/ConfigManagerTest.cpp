@@ -171,7 +171,7 @@ TEST_F(ConfigManagerTest, KeepsTheItemsWhileTheFileIsBrokenOrGone) {
     raise(folder);
     loop.advance(1s);
     EXPECT_FALSE(manager->loadError());
-    EXPECT_EQ(changes, "ee"); // observers hear that there is an error, and that it is gone
+    EXPECT_EQ(changes, "ee");   // observers hear that there is an error, and that it is gone
     EXPECT_TRUE(hooks.empty()); // the bytes that were announced before
     EXPECT_EQ(events.watched(), (std::vector<std::string>{folder, standard}));
 }
