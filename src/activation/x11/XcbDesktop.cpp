@@ -149,8 +149,9 @@ WindowError XcbDesktop::State::gone() const {
     return {localized("The window no longer exists.")};
 }
 
-bool waitUntil(std::mutex& mutex, const XcbConnection& connection, const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + XcbDesktop::kPatience;
+bool waitUntil(std::mutex& mutex, const XcbConnection& connection, const std::function<bool()>& condition,
+               std::chrono::milliseconds patience) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
         {
             const std::lock_guard lock(mutex);

@@ -35,11 +35,12 @@ struct XcbDesktop::State {
     void sync();
     /// Asks the window manager to add or remove up to two states.
     void changeState(WindowNumber window, bool add, XcbAtom first, XcbAtom second);
+    void place(WindowNumber window, const Rectangle& area);
     [[nodiscard]] WindowError gone() const;
 };
 
-/// Asks `condition` again, with the lock held each time, until it holds or `XcbDesktop::kPatience` has
-/// passed.
-bool waitUntil(std::mutex& mutex, const XcbConnection& connection, const std::function<bool()>& condition);
+/// Asks `condition` again, with the lock held each time, until it holds or `patience` has passed.
+bool waitUntil(std::mutex& mutex, const XcbConnection& connection, const std::function<bool()>& condition,
+               std::chrono::milliseconds patience = XcbDesktop::kPatience);
 
 } // namespace varnel

@@ -9,8 +9,12 @@
 namespace varnel {
 namespace {
 
+/// A window whose size hints keep it smaller never gets the place asked for.
+constexpr std::chrono::milliseconds kDecorationPatience{150};
+
 struct Edges {
     int left = 0, right = 0, top = 0, bottom = 0;
+    friend bool operator==(const Edges&, const Edges&) = default;
 };
 
 Edges edgesFrom(const std::vector<std::uint32_t>& values) {
@@ -159,30 +163,62 @@ std::expected<void, WindowError> XcbDesktop::setMaximized(WindowNumber window, b
                                            : localized("The window manager kept the window maximised.")});
 }
 
-std::expected<void, WindowError> XcbDesktop::setFrame(WindowNumber window, const Rectangle& frame) {
-    if (auto normal = setMaximized(window, false); !normal)
-        return normal;
-    const std::lock_guard lock(state_->mutex);
-    State& state = *state_;
-    const Edges edges = decorations(*state.connection, window);
-    const Rectangle client{frame.x + edges.left, frame.y + edges.top,
-                           std::max(1, frame.width - edges.left - edges.right),
-                           std::max(1, frame.height - edges.top - edges.bottom)};
+/// Asks the manager, or the server where there is none, for this place of the drawing area.
+void XcbDesktop::State::place(WindowNumber window, const Rectangle& area) {
     const auto word = [](int value) { return static_cast<std::uint32_t>(value); };
-    const std::uint32_t values[] = {word(client.x), word(client.y), word(client.width), word(client.height)};
-    if (state.supports(XcbAtom::moveResizeWindow)) {
+    const std::uint32_t values[] = {word(area.x), word(area.y), word(area.width), word(area.height)};
+    if (supports(XcbAtom::moveResizeWindow)) {
         // Gravity "static": the place is that of the drawing area, whatever frame surrounds it.
         constexpr std::uint32_t kStaticGravity = 10, kAllFour = 0xF << 8, kFromUser = 2 << 12;
-        state.connection->tellManager(
+        connection->tellManager(
             window, XcbAtom::moveResizeWindow,
             {kStaticGravity | kAllFour | kFromUser, values[0], values[1], values[2], values[3]});
     } else {
-        xcb_configure_window(state.connection->get(), window,
+        xcb_configure_window(connection->get(), window,
                              XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH |
                                  XCB_CONFIG_WINDOW_HEIGHT,
                              values);
     }
-    state.sync();
+    sync();
+}
+
+std::expected<void, WindowError> XcbDesktop::setFrame(WindowNumber window, const Rectangle& frame) {
+    State& state = *state_;
+    const auto hasState = [&](XcbAtom which) {
+        const std::lock_guard lock(state.mutex);
+        return state.windowStates(window).contains(state.atom(which));
+    };
+    const bool changesDecorations = hasState(XcbAtom::wmStateMaximizedHorizontally) ||
+                                    hasState(XcbAtom::wmStateMaximizedVertically) ||
+                                    hasState(XcbAtom::wmStateFullscreen);
+    if (auto normal = setMaximized(window, false); !normal)
+        return normal;
+    Edges edges;
+    Rectangle area;
+    const auto place = [&] {
+        area = {frame.x + edges.left, frame.y + edges.top,
+                std::max(1, frame.width - edges.left - edges.right),
+                std::max(1, frame.height - edges.top - edges.bottom)};
+        state.place(window, area);
+    };
+    {
+        const std::lock_guard lock(state.mutex);
+        edges = decorations(*state.connection, window);
+        place();
+    }
+    if (!changesDecorations)
+        return {};
+    // The manager says that the window is not maximised before it says that it has borders again.
+    waitUntil(
+        state.mutex, *state.connection,
+        [&] {
+            if (const Edges now = decorations(*state.connection, window); now != edges) {
+                edges = now;
+                place();
+            }
+            return clientArea(*state.connection, window) == area;
+        },
+        kDecorationPatience);
     return {};
 }
 

@@ -1,11 +1,14 @@
 #include "activation/x11/XcbWindowActivation.h"
 
+#include <thread>
 #include <unistd.h>
 
 namespace varnel {
 namespace {
 
 constexpr auto kImpatience = std::chrono::seconds(2);
+constexpr int kSettlingLooks = 10;
+constexpr auto kSettlingPause = std::chrono::milliseconds(10);
 
 WindowNumber numberOf(const AccessibilityElement& window) {
     return static_cast<WindowNumber>(window.handle);
@@ -90,13 +93,22 @@ XcbWindowActivation::XcbWindowActivation(XcbDesktop& desktop, LogSink& log)
     , controller_(desktop)
     , checker_(desktop, controller_, getpid())
     , coordinator_(
-          controller_, checker_, [this] { return frontmostProcess(); }, log)
+          controller_, checker_, [this] { return settledFrontmostProcess(); }, log)
     , activation_(coordinator_, nullptr, environment(), getpid(), log) {}
 
 std::optional<ProcessIdentifier> XcbWindowActivation::frontmostProcess() {
     // Also 0, the process of all windows of unknown origin: those can be chosen too.
     const std::optional<DesktopWindow> front = desktop_.frontWindow();
     return front ? std::optional(front->process) : std::nullopt;
+}
+
+std::optional<ProcessIdentifier> XcbWindowActivation::settledFrontmostProcess() {
+    auto front = frontmostProcess();
+    for (int look = 0; !front && look < kSettlingLooks; ++look) {
+        std::this_thread::sleep_for(kSettlingPause);
+        front = frontmostProcess();
+    }
+    return front;
 }
 
 WindowActivationEnvironment XcbWindowActivation::environment() {

@@ -52,6 +52,8 @@ public:
 
 private:
     std::optional<ProcessIdentifier> frontmostProcess();
+    /// Waits a moment where nobody is in front: between two windows no one has the keyboard.
+    std::optional<ProcessIdentifier> settledFrontmostProcess();
     WindowActivationEnvironment environment();
 
     XcbDesktop& desktop_;
