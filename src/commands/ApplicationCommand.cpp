@@ -16,15 +16,15 @@ std::optional<std::string> ApplicationCommand::execute() {
     trace("applicationCommand.start path=", path);
     if (services_.applicationActivator.open(application)) {
         trace("applicationCommand.open=true path=", path);
-        return localized("Launched: " + application.lastPathComponent());
+        return localized("Launched: %1", {application.lastPathComponent()});
     }
     trace("applicationCommand.open=false path=", path);
     if (const std::optional<FileURL> moved = openByIdentifier(application)) {
         trace("applicationCommand.bundleFallback=true path=", moved->path);
-        return localized("Launched: " + moved->lastPathComponent());
+        return localized("Launched: %1", {moved->lastPathComponent()});
     }
     trace("applicationCommand.finish=false path=", path);
-    return localized("Failed to launch application: " + parameters_.displayName);
+    return localized("Failed to launch application: %1", {parameters_.displayName});
 }
 
 std::optional<FileURL> ApplicationCommand::openByIdentifier(const FileURL& application) {

@@ -27,16 +27,20 @@ int pageTurn(std::string_view token) {
     return token == "pageup" || token == "shift+tab" ? -1 : 0;
 }
 
-/// Whether the status begins as the text does up to the place of its value, in the user's language.
-bool beginsLike(std::string_view status, std::string_view localizedText) {
-    const std::string_view beginning = trimmed(localizedText.substr(0, localizedText.find("%1")));
-    return !beginning.empty() && status.starts_with(beginning);
+/// Whether the status is the text with some value in its place, in the user's language: not every language
+/// puts the value last.
+bool saysLike(std::string_view status, std::string_view localizedText) {
+    const std::size_t place = localizedText.find("%1");
+    if (place == std::string_view::npos || localizedText.size() == 2)
+        return false;
+    return status.starts_with(localizedText.substr(0, place)) &&
+           status.ends_with(localizedText.substr(place + 2)) && status.size() + 2 > localizedText.size();
 }
 
 /// Good news is not kept on show. Plugins may report it in English whatever the user's language.
 bool isTransient(std::string_view status) {
     return status.starts_with("Executed:") || status.starts_with("Launched:") ||
-           beginsLike(status, localized("Executed: %1")) || beginsLike(status, localized("Launched: %1"));
+           saysLike(status, localized("Executed: %1")) || saysLike(status, localized("Launched: %1"));
 }
 
 SequenceMachine::NeedsChoice choiceTest(const DynamicChoiceRegistry* registry) {

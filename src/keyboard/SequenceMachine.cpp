@@ -137,7 +137,7 @@ SequenceStep SequenceMachine::proceed(const Position& position, TimePoint now) {
 SequenceStep SequenceMachine::complete(const Position& position, const ConfigItem& item, TimePoint now) {
     if (!item.action) {
         SequenceStep step = enter(Idle(), KeyDecision::swallow);
-        step.message = localized("No handler found for action: " + item.name);
+        step.message = localized("No handler found for action: %1", {item.name});
         return step;
     }
     if (needsChoice_ && needsChoice_(item)) {
@@ -201,7 +201,7 @@ SequenceStep SequenceMachine::choicesResolved(std::uint64_t choiceRequest,
     if (!state || !state->isLoading || state->id != choiceRequest)
         return {};
     if (!answer || answer->choices.empty()) {
-        std::string message = answer ? localized("No choices for: " + state->item->name) : answer.error();
+        std::string message = answer ? localized("No choices for: %1", {state->item->name}) : answer.error();
         SequenceStep step = enter(Idle(), KeyDecision::swallow);
         step.message = std::move(message);
         return step;
@@ -289,7 +289,7 @@ SequenceStep SequenceMachine::expire(TimePoint now) {
         return {};
     std::optional<std::string> message;
     if (auto* choice = std::get_if<DynamicChoiceState>(&state_); choice && choice->isLoading)
-        message = localized("Finding the choices took too long: " + choice->item->name);
+        message = localized("Finding the choices took too long: %1", {choice->item->name});
     if (waitsWithoutEnd())
         message = localized("The open sequence was ended: no key came for a long time");
     SequenceStep step = enter(Idle(), KeyDecision::passThrough);

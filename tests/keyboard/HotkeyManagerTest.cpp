@@ -2,6 +2,7 @@
 
 #include "AllocationCounter.h"
 #include "KeyboardTestSupport.h"
+#include "base/Localized.h"
 #include "base/ManualEventLoop.h"
 #include "base/MemoryPreferenceStore.h"
 
@@ -222,6 +223,30 @@ TEST_F(HotkeyManagerTest, ShowsWhatCommandsReport) {
     manager->trigger({"g", "1"});
     manager.reset();
     executor.finish("too late");
+}
+
+TEST_F(HotkeyManagerTest, KnowsGoodNewsInTheUsersLanguage) {
+    start();
+    setLocalizer([](std::string_view english) -> std::optional<std::string_view> {
+        return english == "Launched: %1"   ? "%1を起動しました"
+               : english == "Executed: %1" ? "Fertig: %1"
+                                           : english;
+    });
+    const struct {
+        const char* message;
+        bool stays;
+    } rows[] = {{"Fertig: One", false},
+                {"Mailを起動しました", false},
+                {"Executed: One", false},
+                {"Fertiges: One", true},
+                {"Mailを終了しました", true}};
+    for (const auto& row : rows) {
+        manager->trigger({"g", "1"});
+        executor.finish(row.message);
+        loop.advance(4s);
+        EXPECT_EQ(manager->statusMessage(), row.stays ? row.message : "");
+    }
+    setLocalizer(nullptr);
 }
 
 TEST_F(HotkeyManagerTest, PublishesHintsForTheOverlay) {
