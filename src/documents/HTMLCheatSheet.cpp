@@ -49,7 +49,10 @@ figure{break-inside:avoid;margin-bottom:5mm}
 figure svg{min-width:0}
 .vk *{-webkit-print-color-adjust:exact;print-color-adjust:exact}
 main{columns:2;column-gap:9mm}
-section{margin-bottom:5mm}
+section{margin-bottom:4mm}
+tbody th,td{padding-block:.13rem}
+tbody th{line-height:1.5}
+.does{display:inline;margin-inline-start:.5em}
 }
 </style>
 )";
