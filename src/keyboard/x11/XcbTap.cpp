@@ -479,7 +479,8 @@ void XcbTap::reconnect() {
 }
 
 bool XcbTap::isKeyboardHeldElsewhere() const {
-    return protocol_ && !protocol_->holdsKeyboard() && server_.isHeldByOther();
+    // Our own guard only waits for keys; it holds nobody else off.
+    return protocol_ && server_.isHeldByOther();
 }
 
 std::string XcbTap::trouble() const {
@@ -487,7 +488,7 @@ std::string XcbTap::trouble() const {
         return "the X server is gone";
     if (!protocol_)
         return "the connection to the X server was cut";
-    if (isKeyboardHeldElsewhere())
+    if (!protocol_->holdsKeyboard() && isKeyboardHeldElsewhere())
         return "another program holds the keyboard";
     std::string refused;
     for (const GrabCombination combination : requests_.refused())
