@@ -16,6 +16,7 @@ constexpr const char* kAnimatesChanges = "AXEnhancedUserInterface";
 
 /// Leaving full screen is an animation of most of a second.
 constexpr int kFullScreenLooks = 100;
+constexpr int kStillLooks = 5;
 /// Programs round what they are given, terminals to whole characters.
 constexpr int kTolerance = 2;
 
@@ -157,7 +158,7 @@ AccessibilityArranging::Done AccessibilityArranging::leaveFullScreen(Target& tar
         return {};
     (void)table_.setBoolean(target.window, kFullScreen, false);
     // The window has left once it says so and keeps still.
-    std::optional<Rectangle> last;
+    int still = 0;
     for (int look = 0; look < kFullScreenLooks; ++look) {
         table_.pause();
         if (isFullScreen())
@@ -165,11 +166,10 @@ AccessibilityArranging::Done AccessibilityArranging::leaveFullScreen(Target& tar
         const auto frame = frameOf(target.window);
         if (!frame)
             return std::unexpected(frame.error());
-        if (last == *frame) {
-            target.frame = *frame;
+        still = target.frame == *frame ? still + 1 : 0;
+        target.frame = *frame;
+        if (still == kStillLooks)
             return {};
-        }
-        last = *frame;
     }
     return std::unexpected(WindowError{localized("The window did not leave full screen.")});
 }

@@ -42,6 +42,8 @@ JSONValue entryOf(const WindowIdentity& window, const Rectangle& frame) {
 
 std::map<WindowIdentity, Rectangle> WindowFrameStore::read() const {
     std::map<WindowIdentity, Rectangle> frames;
+    if (path_.empty())
+        return frames;
     const auto text = files_.readFile(path_);
     const auto value = text ? readJSONPlainly(*text) : std::unexpected(JSONError{});
     const JSONValue::Array* list = value ? value->array() : nullptr;
@@ -66,6 +68,8 @@ std::optional<Rectangle> WindowFrameStore::frame(const WindowIdentity& window) c
 std::expected<void, FileError>
 WindowFrameStore::keep(const WindowIdentity& window, const std::optional<Rectangle>& frame,
                        const std::function<bool(const WindowIdentity&)>& exists) {
+    if (path_.empty())
+        return {};
     auto frames = read();
     std::erase_if(frames, [&](const auto& entry) { return entry.first == window || !exists(entry.first); });
     if (frame)

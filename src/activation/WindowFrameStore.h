@@ -22,7 +22,7 @@ struct WindowIdentity {
 /// cannot be read counts as empty: what is lost is a place to go back to. One process at a time.
 class WindowFrameStore {
 public:
-    /// `path` is absolute; its folder must be the user's own.
+    /// `path` is absolute and its folder the user's own; when it is empty nothing is kept.
     WindowFrameStore(FileSystem& files, std::string path)
         : files_(files)
         , path_(std::move(path)) {}

@@ -70,7 +70,7 @@ public:
             ++pauses;
             if (pauses == fullScreenEnds)
                 booleans["AXFullScreen"] = false, frame = {0, 25, 1000, 700};
-            else if (pauses == fullScreenEnds + 1)
+            else if (pauses == fullScreenEnds + 3)
                 frame = {100, 100, 400, 300};
         };
     }
@@ -169,6 +169,7 @@ TEST(AccessibilityArranging, SaysWhyItCannot) {
         {"stays in full screen", [](Mac& m) { m.booleans["AXFullScreen"] = true; },
          "The window did not leave full screen."},
         {"no place for files", [](Mac& m) { m.path = "/nowhere/at/all.json"; }, ""},
+        {"no folder for files", [](Mac& m) { m.path = ""; }, ""},
     };
     for (const Row& row : rows) {
         Mac mac;
