@@ -10,6 +10,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace varnel {
 
@@ -70,6 +71,15 @@ SymbolLoader systemSymbolLoader();
 /// framework and then among everything loaded.
 std::optional<SkyLightSymbols> loadSkyLightSymbols(const SymbolLoader& loader);
 std::optional<HIServicesSymbols> loadHIServicesSymbols(const SymbolLoader& loader);
+
+/// One of those functions, as the system has it.
+struct PrivateSymbol {
+    std::string name; ///< the first name where there are several
+    bool isRequired = false;
+    bool isFound = false;
+};
+/// All of both libraries.
+std::vector<PrivateSymbol> listPrivateSymbols(const SymbolLoader& loader);
 
 /// Translates between the system's value library and ours. Functions take no ownership but what they say.
 struct NativeValues {

@@ -14,9 +14,11 @@ constexpr const char* kHIServicesPath =
 
 class Resolver {
 public:
-    Resolver(const SymbolLoader& loader, const char* path)
+    /// What is found out is added to `list`, if there is one.
+    Resolver(const SymbolLoader& loader, const char* path, std::vector<PrivateSymbol>* list)
         : loader_(loader)
-        , library_(loader.open(path)) {}
+        , library_(loader.open(path))
+        , list_(list) {}
 
     /// The first of the names that exists; null when none does.
     template <typename Function>
@@ -30,12 +32,16 @@ public:
                 address = loader_.symbol(nullptr, name);
             field = reinterpret_cast<Function*>(address);
         }
+        if (list_)
+            list_->push_back({.name = *names.begin(), .isRequired = false, .isFound = field != nullptr});
         return *this;
     }
     template <typename Function>
     Resolver& required(Function*& field, const char* name) {
         optional(field, {name});
         complete_ = complete_ && field;
+        if (list_)
+            list_->back().isRequired = true;
         return *this;
     }
     [[nodiscard]] bool isComplete() const { return library_ && complete_; }
@@ -43,20 +49,13 @@ public:
 private:
     const SymbolLoader& loader_;
     void* library_;
+    std::vector<PrivateSymbol>* list_;
     bool complete_ = true;
 };
 
-} // namespace
-
-SymbolLoader systemSymbolLoader() {
-    return {.open = [](const char* path) { return dlopen(path, RTLD_LAZY); },
-            .symbol = [](void* library,
-                         const char* name) { return dlsym(library ? library : RTLD_DEFAULT, name); }};
-}
-
-std::optional<SkyLightSymbols> loadSkyLightSymbols(const SymbolLoader& loader) {
+std::optional<SkyLightSymbols> resolveSkyLight(const SymbolLoader& loader, std::vector<PrivateSymbol>* list) {
     SkyLightSymbols symbols;
-    Resolver resolver(loader, kSkyLightPath);
+    Resolver resolver(loader, kSkyLightPath, list);
     resolver.required(symbols.mainConnectionID, "CGSMainConnectionID")
         .required(symbols.copyManagedDisplaySpaces, "CGSCopyManagedDisplaySpaces")
         .optional(symbols.managedDisplayGetCurrentSpace, {"CGSManagedDisplayGetCurrentSpace"})
@@ -73,12 +72,36 @@ std::optional<SkyLightSymbols> loadSkyLightSymbols(const SymbolLoader& loader) {
     return resolver.isComplete() ? std::optional(symbols) : std::nullopt;
 }
 
-std::optional<HIServicesSymbols> loadHIServicesSymbols(const SymbolLoader& loader) {
+std::optional<HIServicesSymbols> resolveHIServices(const SymbolLoader& loader,
+                                                   std::vector<PrivateSymbol>* list) {
     HIServicesSymbols symbols;
-    Resolver resolver(loader, kHIServicesPath);
+    Resolver resolver(loader, kHIServicesPath, list);
     resolver.required(symbols.axElementGetWindow, "_AXUIElementGetWindow")
         .required(symbols.getProcessForPID, "GetProcessForPID");
     return resolver.isComplete() ? std::optional(symbols) : std::nullopt;
+}
+
+} // namespace
+
+SymbolLoader systemSymbolLoader() {
+    return {.open = [](const char* path) { return dlopen(path, RTLD_LAZY); },
+            .symbol = [](void* library,
+                         const char* name) { return dlsym(library ? library : RTLD_DEFAULT, name); }};
+}
+
+std::optional<SkyLightSymbols> loadSkyLightSymbols(const SymbolLoader& loader) {
+    return resolveSkyLight(loader, nullptr);
+}
+
+std::optional<HIServicesSymbols> loadHIServicesSymbols(const SymbolLoader& loader) {
+    return resolveHIServices(loader, nullptr);
+}
+
+std::vector<PrivateSymbol> listPrivateSymbols(const SymbolLoader& loader) {
+    std::vector<PrivateSymbol> list;
+    resolveSkyLight(loader, &list);
+    resolveHIServices(loader, &list);
+    return list;
 }
 
 } // namespace varnel

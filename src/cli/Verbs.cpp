@@ -27,6 +27,7 @@ extern const Verb kSuspendVerb;
 extern const Verb kResumeVerb;
 extern const Verb kTriggerVerb;
 extern const Verb kQuitVerb;
+extern const Verb kDoctorVerb;
 extern const Verb kWhyVerb;
 extern const Verb kMonitorVerb;
 
@@ -56,6 +57,7 @@ constexpr const Verb* kVerbs[] = {
     &kResumeVerb,
     &kTriggerVerb,
     &kQuitVerb,
+    &kDoctorVerb,
     &kWhyVerb,
     &kMonitorVerb,
 };

@@ -82,6 +82,7 @@ CoreGraphicsKeyboardEventTapSessionFactory::CoreGraphicsKeyboardEventTapSessionF
 
 std::unique_ptr<KeyboardEventTapSession>
 CoreGraphicsKeyboardEventTapSessionFactory::createSession(KeyboardTapCallback callback) {
+    grantedLevel_.reset();
     for (auto level : {EventTapRequest::Level::hid, EventTapRequest::Level::session}) {
         auto slot = std::make_shared<CoreGraphicsKeyboardEventTapSession*>(nullptr);
         SystemObject tap =
@@ -98,6 +99,7 @@ CoreGraphicsKeyboardEventTapSessionFactory::createSession(KeyboardTapCallback ca
             continue;
         }
         functions_.addToMainRunLoop(source);
+        grantedLevel_ = level;
         return std::make_unique<CoreGraphicsKeyboardEventTapSession>(functions_, tap, source,
                                                                      std::move(slot));
     }

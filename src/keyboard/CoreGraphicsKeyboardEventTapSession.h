@@ -84,9 +84,12 @@ public:
     /// The factory must outlive its sessions until they are invalidated.
     explicit CoreGraphicsKeyboardEventTapSessionFactory(EventTapFunctions functions);
     std::unique_ptr<KeyboardEventTapSession> createSession(KeyboardTapCallback callback) override;
+    /// Where the last session was granted; none when it was refused, and before the first.
+    [[nodiscard]] std::optional<EventTapRequest::Level> grantedLevel() const { return grantedLevel_; }
 
 private:
     EventTapFunctions functions_;
+    std::optional<EventTapRequest::Level> grantedLevel_;
 };
 
 } // namespace varnel

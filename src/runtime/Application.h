@@ -12,6 +12,7 @@
 #include "keyboard/KeyboardMonitor.h"
 #include "runtime/ConfigReview.h"
 #include "runtime/ControlServer.h"
+#include "runtime/HintFacts.h"
 #include "runtime/Platform.h"
 #include "runtime/PluginServices.h"
 #include "runtime/RuntimePaths.h"
@@ -86,6 +87,7 @@ public:
     [[nodiscard]] PreferenceStore& preferences() { return *preferences_; }
     /// What the user must allow; null where nothing has to be, and before `start`.
     [[nodiscard]] Permissions* permissions() { return platform_ ? platform_->permissions() : nullptr; }
+    [[nodiscard]] JSONValue::Object selfReport() const { return platform_->selfReport(); }
     [[nodiscard]] LogSink& log() { return *log_; }
     [[nodiscard]] const ApplicationOptions& options() const { return options_; }
 
@@ -123,6 +125,7 @@ private:
     DynamicChoiceRegistry choices_;
     std::unique_ptr<ConfigManager> config_;
     std::unique_ptr<KeyboardMonitorFactory> monitorFactory_;
+    std::unique_ptr<HintFacts> hintFacts_;
     std::unique_ptr<HotkeyManager> hotkeys_;
     std::unique_ptr<ConfigReview> review_;
     std::vector<Subscription> subscriptions_;

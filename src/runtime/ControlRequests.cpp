@@ -133,6 +133,14 @@ void sendShortcut(Application& application, const Object& request, const Control
         });
 }
 
+/// The status, and what the system tells only this process.
+Object diagnose(Application& application) {
+    Object answer = applicationStatus(application);
+    answer["success"] = true;
+    answer["system"] = application.selfReport();
+    return answer;
+}
+
 Object answerAtOnce(Application& application, const Object& request) {
     const std::string* verb = textMember(request, "verb");
     if (!verb)
@@ -142,6 +150,8 @@ Object answerAtOnce(Application& application, const Object& request) {
         answer["success"] = true;
         return answer;
     }
+    if (*verb == "diagnose")
+        return diagnose(application);
     if (*verb == "reload")
         return reload(application);
     if (*verb == "suspend")

@@ -28,6 +28,8 @@ public:
     [[nodiscard]] virtual std::string captureError() const = 0;
     /// What the user must allow before keys can be captured; null where nothing has to be.
     virtual Permissions* permissions() { return nullptr; }
+    /// What the system tells only the running application, for `varnel doctor`; may be empty.
+    virtual JSONValue::Object selfReport() { return {}; }
     virtual FileEventSource& fileEvents() = 0;
     /// What commands work with. They use it on the command queue, which must have ended before the platform
     /// is destroyed.

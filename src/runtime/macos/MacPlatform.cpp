@@ -5,6 +5,7 @@
 #include "commands/macos/SystemCommands.h"
 #include "keyboard/macos/SystemEventTaps.h"
 #include "runtime/Platform.h"
+#include "runtime/macos/MacDoctorFacts.h"
 #include "runtime/macos/MacWindowServices.h"
 #include "runtime/macos/SystemPermissions.h"
 
@@ -29,6 +30,9 @@ public:
         return session;
     }
     [[nodiscard]] bool isRefused() const { return isRefused_; }
+    [[nodiscard]] std::optional<EventTapRequest::Level> grantedLevel() const {
+        return factory_.grantedLevel();
+    }
 
 private:
     CoreGraphicsKeyboardEventTapSessionFactory factory_{systemEventTaps()};
@@ -53,6 +57,7 @@ public:
                                  : std::string();
     }
     Permissions* permissions() override { return &permissions_; }
+    JSONValue::Object selfReport() override { return asJSON(readMacFacts(taps_.grantedLevel())); }
     FileEventSource& fileEvents() override { return fileEvents_; }
 
     CommandServices commandServices() override {

@@ -1,4 +1,4 @@
-// Values, run loops, Mach ports and preferences. Our own declarations of what Varnel calls, for checking on Linux.
+// Values, run loops, Mach ports, bundles and preferences. Our own declarations of what Varnel calls, for checking on Linux.
 #pragma once
 #include <stdbool.h>
 #include <stddef.h>
@@ -190,6 +190,9 @@ CFRunLoopSourceRef CFFileDescriptorCreateRunLoopSource(CFAllocatorRef a, CFFileD
 
 CFRunLoopSourceRef CFMachPortCreateRunLoopSource(CFAllocatorRef a, CFMachPortRef port, CFIndex order);
 void CFMachPortInvalidate(CFMachPortRef port);
+
+CFBundleRef CFBundleGetMainBundle(void);
+CFStringRef CFBundleGetIdentifier(CFBundleRef bundle);
 
 typedef CFTypeRef CFPropertyListRef;
 CFTypeRef CFPreferencesCopyAppValue(CFStringRef key, CFStringRef application);
