@@ -81,6 +81,8 @@ public:
     void reset(std::string_view reason);
     /// Why the last open interaction was ended from outside.
     [[nodiscard]] const std::string& lastResetReason() const { return lastResetReason_; }
+    /// Publishes the hints anew: something that their rows tell of has changed.
+    void refreshHints() { changed(Topic::hints); }
     /// Tells how many pages the hints take where they are shown. With several, the page keys turn them
     /// (`HintState::pageTurns`) unless the open sequence goes on with that very key.
     void setHintPageCount(int count) { hintPageCount_ = count; }

@@ -166,6 +166,12 @@ void Application::buildEngine() {
     monitorFactory_ = std::make_unique<KeyboardMonitorFactory>(
         loop_, platform_->eventTaps(), [this] { return modifierTapThreshold(*preferences_); });
     addChoiceResolvers();
+    hintFacts_ = std::make_unique<HintFacts>(
+        HintFacts::Surroundings{.loop = loop_,
+                                .executor = *windowQueue_,
+                                .services = [this] { return platform_->windowServices(); },
+                                .registry = [this] { return plugins_->manager().registry(); },
+                                .changed = [this] { hotkeys_->refreshHints(); }});
     hotkeys_ = std::make_unique<HotkeyManager>(HotkeyManagerDependencies{
         .loop = loop_,
         .keyboardMonitorFactory = *monitorFactory_,
@@ -179,7 +185,8 @@ void Application::buildEngine() {
                 return permissions ? permissions->isTrusted() : platform_->captureError().empty();
             },
         .writeDiagnostic = printDiagnostic,
-        .applicationStatusResolver = {},
+        .applicationStatusResolver = [this](const std::string& path) { return hintFacts_->isRunning(path); },
+        .actionAvailability = [this](const ConfigItem& item) { return hintFacts_->availability(item); },
         .dynamicChoiceRegistry = &choices_,
         .localMonitorFactory = nullptr});
     hotkeys_->updateConfiguration(config_->sharedRootItems());
