@@ -71,4 +71,30 @@ void checkConfiguration(benchmark::State& state) {
 }
 BENCHMARK(checkConfiguration)->Arg(10'000)->Unit(benchmark::kMillisecond);
 
+/// Every item has something to be said about: triggers that collide, odd spellings, missing parameters.
+void checkTroubledConfiguration(benchmark::State& state) {
+    auto items = manyItems(static_cast<std::size_t>(state.range(0)));
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        items[i].keys = {"Ctrl+J", "KeyCode" + std::to_string(i / 2)};
+        items[i].action = ConfigAction{core::shell, "run", {{"comand", "true"}}};
+    }
+    const std::string text = *encodeDocument(items, {});
+    const auto known = builtInActions();
+    std::size_t count = 0;
+    for (auto _ : state)
+        count = checkDocument(text, known).size();
+    state.counters["findings"] = static_cast<double>(count);
+}
+BENCHMARK(checkTroubledConfiguration)->Arg(10'000)->Unit(benchmark::kMillisecond);
+
+/// A text that does not load, with the search for the damage.
+void checkBrokenConfiguration(benchmark::State& state) {
+    std::string text = *encodeDocument(manyItems(static_cast<std::size_t>(state.range(0))), {});
+    text.erase(text.rfind('{', text.size() * 9 / 10), 1);
+    const auto known = builtInActions();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(checkDocument(text, known));
+}
+BENCHMARK(checkBrokenConfiguration)->Arg(10'000)->Unit(benchmark::kMillisecond);
+
 } // namespace

@@ -14,17 +14,34 @@ namespace {
 /// Finds the places of many paths in one pass; of duplicate keys the last counts.
 class PlaceCollector : public JSONPlaceVisitor {
 public:
-    void want(const JSONPath& path) { places_.emplace(path, JSONPosition{}); }
+    void want(const JSONPath& path) {
+        places_.emplace(path, JSONPosition{});
+        if (const std::size_t* index = itemIndex(path)) {
+            items_.resize(std::max(items_.size(), *index + 1));
+            items_[*index] = true;
+        }
+    }
     [[nodiscard]] JSONPosition place(const JSONPath& path) const { return places_.at(path); }
 
     void value(const JSONPath& path, JSONPosition position) override {
+        if (const std::size_t* index = itemIndex(path)) // most items have nothing that is wanted
+            if (*index >= items_.size() || !items_[*index])
+                return;
         if (auto wanted = places_.find(path); wanted != places_.end())
             wanted->second = position;
     }
     void key(const JSONPath&, const std::string&, JSONPosition) override {}
 
 private:
+    static const std::size_t* itemIndex(const JSONPath& path) {
+        for (std::size_t step = 0; step < std::min<std::size_t>(path.size(), 2); ++step)
+            if (const auto* index = std::get_if<std::size_t>(&path[step]))
+                return index;
+        return nullptr;
+    }
+
     std::map<JSONPath, JSONPosition> places_;
+    std::vector<bool> items_; ///< those with a wanted path
 };
 
 } // namespace

@@ -72,14 +72,18 @@ private:
 
     /// Unknown names that are near to the name of a parameter that is not given.
     void noteMisspelled() {
-        std::vector<std::string> absent;
-        for (const Parameter& parameter : form_)
-            if (!action_.params.contains(parameter.key))
-                absent.push_back(parameter.key);
         for (const auto& [key, value] : action_.params)
             if (std::ranges::find(form_, key, &Parameter::key) == form_.end())
-                if (const std::string meant = nearest(key, absent); !meant.empty())
+                if (const std::string meant = nearest(key, absent()); !meant.empty())
                     misspelled_.emplace(meant, key);
+    }
+
+    [[nodiscard]] std::vector<std::string> absent() const {
+        std::vector<std::string> keys;
+        for (const Parameter& parameter : form_)
+            if (!action_.params.contains(parameter.key))
+                keys.push_back(parameter.key);
+        return keys;
     }
 
     void check(const Parameter& parameter) {

@@ -47,7 +47,9 @@ public:
     void run() {
         live_.reserve(config_.document.items.size());
         for (std::size_t index = 0; index < config_.document.items.size(); ++index) {
-            live_.push_back(KeyTokenCodec::liveSpelling(config_.item(index).keys));
+            std::vector<std::string>& live = live_.emplace_back();
+            for (const std::string& step : config_.item(index).keys)
+                live.push_back(facts(step).live);
             checkSteps(index);
             checkEqual(index);
             notePassthrough(index);
@@ -71,24 +73,36 @@ private:
             checkStep(index, step);
     }
 
+    struct StepFacts {
+        std::string live, canonical, whyNotTypable;
+    };
+    /// Configurations have few different steps.
+    const StepFacts& facts(const std::string& step) {
+        const auto [known, isNew] = facts_.try_emplace(step);
+        if (isNew)
+            known->second = {KeyTokenCodec::liveSpelling(step), canonicalStep(step), whyNotTypable(step)};
+        return known->second;
+    }
+
     void checkStep(std::size_t index, std::size_t step) {
         const std::string& token = config_.item(index).keys[step];
         const std::string number = std::to_string(step + 1);
-        if (const std::string reason = whyNotTypable(token); !reason.empty())
+        const StepFacts& known = facts(token);
+        if (!known.whyNotTypable.empty())
             findings_.addForItemAt(
                 RuleID::untypableTrigger, index, stepPath(index, step),
                 localized("%1 can't be typed: step %2, %3: %4",
-                          {config_.mention(index), number, quoteForMessage(token), reason}));
+                          {config_.mention(index), number, quoteForMessage(token), known.whyNotTypable}));
         else if (step > 0 && live_[index][step] == "escape")
             findings_.addForItemAt(RuleID::unreachableTrigger, index, stepPath(index, step),
                                    localized("%1 can't be reached: \"escape\" closes an open sequence. Use "
                                              "another key for step %2.",
                                              {config_.mention(index), number}));
-        else if (const std::string canonical = canonicalStep(token); canonical != token)
-            findings_.addForItemAt(
-                RuleID::spelling, index, stepPath(index, step),
-                localized("%1 has the step %2, which is canonically spelled %3.",
-                          {config_.mention(index), quoteForMessage(token), quoteForMessage(canonical)}));
+        else if (known.canonical != token)
+            findings_.addForItemAt(RuleID::spelling, index, stepPath(index, step),
+                                   localized("%1 has the step %2, which is canonically spelled %3.",
+                                             {config_.mention(index), quoteForMessage(token),
+                                              quoteForMessage(known.canonical)}));
     }
 
     void checkEqual(std::size_t index) {
@@ -217,6 +231,7 @@ private:
 
     const CheckedConfig& config_;
     ConfigFindings& findings_;
+    std::unordered_map<std::string, StepFacts> facts_;
     std::vector<std::vector<std::string>> live_;
     std::unordered_map<std::string, std::size_t> first_;        ///< trigger to the first item with it
     std::unordered_map<std::string, std::size_t> completing_;   ///< to the action that it runs
