@@ -31,7 +31,8 @@ DecisionRecorder::DecisionRecorder(const SequenceMachine& machine, std::function
     , recorded_(std::move(recorded)) {}
 
 DecisionRecorder::Before DecisionRecorder::look() const {
-    return {machine_.interaction(), machine_.position()};
+    const Interaction interaction = machine_.interaction();
+    return {interaction, interaction == Interaction::idle ? Position() : machine_.position()};
 }
 
 /// A plain key that was let through was typed into an application, like a letter of a password, until the
@@ -54,8 +55,6 @@ std::optional<Kind> DecisionRecorder::kindOf(const Before& before, std::string_v
         return step.choice ? Kind::chose : Kind::ran;
     if (step.message)
         return Kind::noHandler;
-    if (!step.changed)
-        return std::nullopt;
     if (now == Interaction::capture)
         return machine_.index().depth(machine_.position()) == 1 ? Kind::opened : Kind::continued;
     if (now == Interaction::pendingPassthrough && typesNothing(token))
@@ -64,107 +63,124 @@ std::optional<Kind> DecisionRecorder::kindOf(const Before& before, std::string_v
     return isEscape && mayBeNamed(before) ? std::optional(Kind::cancelled) : std::nullopt;
 }
 
-void DecisionRecorder::keyHandled(const Before& before, std::string_view token, const SequenceStep& step) {
+void DecisionRecorder::sequenceChanged(const Before& before, std::string_view token,
+                                       const SequenceStep& step) {
     const auto kind = kindOf(before, token, step);
     if (!kind) {
         if (step.decision == KeyDecision::passThrough)
             keyPassed();
         return;
     }
+    Decision& decision = add(*kind);
+    decision.token.append(token);
     const bool isFirstKey =
         machine_.index().depth(machine_.position()) == 1 || (*kind == Kind::noHandler && !mayBeNamed(before));
-    Decision decision{.kind = *kind, .token = FixedText<40>(token)};
     if (!isFirstKey)
-        decision.sequence = spelledOut(before.position);
+        spellOut(decision, before.position);
     if (const ConfigItem* item = step.completed ? step.completed : step.choicesWanted)
-        decision.name = FixedText<48>(item->name);
+        decision.name.append(item->name);
     if (step.message)
-        decision.message = FixedText<200>(*step.message);
-    record(decision);
+        decision.message.append(*step.message);
+    recorded();
 }
 
 void DecisionRecorder::expiring() {
     const Before before = look();
     if (before.interaction == Interaction::selectionFeedback || !mayBeNamed(before))
         return;
-    Decision decision{.kind = Kind::timedOut, .sequence = spelledOut(before.position)};
     const auto* choice = std::get_if<SequenceMachine::DynamicChoiceState>(&machine_.state());
-    if (choice && choice->isLoading) {
-        decision.kind = Kind::choicesTooLate;
-    } else if (machine_.waitsWithoutEnd()) {
-        decision.kind = Kind::unattended;
-        decision.limit = milliseconds(kUnattendedSequenceLimit);
-    } else {
-        decision.limit = milliseconds(machine_.stepTimeout().value_or(Duration::zero()));
-    }
-    record(decision);
+    const bool isLoading = choice && choice->isLoading;
+    const bool isUnattended = machine_.waitsWithoutEnd();
+    Decision& decision = add(isLoading      ? Kind::choicesTooLate
+                             : isUnattended ? Kind::unattended
+                                            : Kind::timedOut);
+    spellOut(decision, before.position);
+    if (!isLoading)
+        decision.limit = milliseconds(isUnattended ? kUnattendedSequenceLimit
+                                                   : machine_.stepTimeout().value_or(Duration::zero()));
+    recorded();
 }
 
 void DecisionRecorder::choicesArrived(const Before& before, const SequenceStep& step) {
-    if (step.completed) {
-        record({.kind = Kind::chose, .name = FixedText<48>(step.completed->name)});
-    } else if (step.refusedAt) {
-        record({.kind = Kind::nothingToChoose, .sequence = spelledOut(before.position)});
-    } else if (step.message) {
-        record({.kind = Kind::nothingToChoose,
-                .sequence = spelledOut(before.position),
-                .message = FixedText<200>(*step.message)});
-    }
+    if (!step.completed && !step.refusedAt && !step.message)
+        return;
+    Decision& decision = add(step.completed ? Kind::chose : Kind::nothingToChoose);
+    if (step.completed)
+        decision.name.append(step.completed->name);
+    else
+        spellOut(decision, before.position);
+    if (step.message)
+        decision.message.append(*step.message);
+    recorded();
 }
 
 void DecisionRecorder::interrupted() {
     const Before before = look();
-    if (before.interaction != Interaction::idle && before.interaction != Interaction::selectionFeedback &&
-        mayBeNamed(before))
-        record({.kind = Kind::interrupted, .sequence = spelledOut(before.position)});
+    if (before.interaction == Interaction::idle || before.interaction == Interaction::selectionFeedback ||
+        !mayBeNamed(before))
+        return;
+    spellOut(add(Kind::interrupted), before.position);
+    recorded();
 }
 
 void DecisionRecorder::triggered(const ConfigItem& item) {
-    record({.kind = Kind::triggered, .name = FixedText<48>(item.name)});
+    add(Kind::triggered).name.append(item.name);
+    recorded();
 }
 
 void DecisionRecorder::heldTooLong(std::string_view token, Duration held, Duration limit) {
     const Interaction now = machine_.interaction();
     const bool isOpen = now == Interaction::capture || now == Interaction::pendingPassthrough;
-    if (machine_.index().advance(isOpen ? machine_.position() : machine_.index().root(), token))
-        record({.kind = Kind::heldTooLong,
-                .held = milliseconds(held),
-                .limit = milliseconds(limit),
-                .token = FixedText<40>(token)});
+    if (!machine_.index().advance(isOpen ? machine_.position() : machine_.index().root(), token))
+        return;
+    Decision& decision = add(Kind::heldTooLong);
+    decision.token.append(token);
+    decision.held = milliseconds(held);
+    decision.limit = milliseconds(limit);
+    recorded();
 }
 
 void DecisionRecorder::postedByUs(std::string_view token) {
-    if (machine_.index().advance(machine_.index().root(), token))
-        record({.kind = Kind::postedByUs, .token = FixedText<40>(token)});
+    if (!machine_.index().advance(machine_.index().root(), token))
+        return;
+    add(Kind::postedByUs).token.append(token);
+    recorded();
 }
 
 void DecisionRecorder::configurationLoaded(std::size_t itemCount) {
     ++configuration_;
-    record({.kind = Kind::configurationLoaded, .count = static_cast<std::uint32_t>(itemCount)});
+    add(Kind::configurationLoaded).count = static_cast<std::uint32_t>(itemCount);
+    recorded();
 }
 
 void DecisionRecorder::commandFinished(std::string_view name, std::string_view message) {
-    record({.kind = Kind::commandFinished, .name = FixedText<48>(name), .message = FixedText<200>(message)});
+    Decision& decision = add(Kind::commandFinished);
+    decision.name.append(name);
+    decision.message.append(message);
+    recorded();
 }
 
 void DecisionRecorder::note(Decision::Kind kind, std::string_view message) {
-    record({.kind = kind, .message = FixedText<200>(message)});
+    add(kind).message.append(message);
+    recorded();
 }
 
-FixedText<64> DecisionRecorder::spelledOut(const Position& position) const {
-    FixedText<64> text;
-    machine_.index().forEachToken(position, [&](std::string_view token) {
-        if (!text.empty())
-            text.append(" ");
-        text.append(token);
-    });
-    return text;
-}
-
-void DecisionRecorder::record(Decision decision) {
+Decision& DecisionRecorder::add(Kind kind) {
+    Decision& decision = log_.add(kind);
     decision.time = wallClock_();
     decision.configuration = configuration_;
-    log_.record(std::move(decision));
+    return decision;
+}
+
+void DecisionRecorder::spellOut(Decision& decision, const Position& position) const {
+    machine_.index().forEachToken(position, [&decision](std::string_view token) {
+        if (!decision.sequence.empty())
+            decision.sequence.append(" ");
+        decision.sequence.append(token);
+    });
+}
+
+void DecisionRecorder::recorded() const {
     if (recorded_)
         recorded_();
 }

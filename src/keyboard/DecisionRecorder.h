@@ -25,7 +25,12 @@ public:
     };
     [[nodiscard]] Before look() const;
 
-    void keyHandled(const Before& before, std::string_view token, const SequenceStep& step);
+    void keyHandled(const Before& before, std::string_view token, const SequenceStep& step) {
+        if (step.changed)
+            sequenceChanged(before, token, step);
+        else if (step.decision == KeyDecision::passThrough)
+            keyPassed();
+    }
     void keyPassed() { log_.countOtherKey(); }
     /// Before the machine's deadline ends what is open.
     void expiring();
@@ -49,8 +54,10 @@ private:
     [[nodiscard]] std::optional<Decision::Kind> kindOf(const Before& before, std::string_view token,
                                                        const SequenceStep& step) const;
     [[nodiscard]] bool mayBeNamed(const Before& before) const;
-    [[nodiscard]] FixedText<64> spelledOut(const HotkeyLookupIndex::Position& position) const;
-    void record(Decision decision);
+    void sequenceChanged(const Before& before, std::string_view token, const SequenceStep& step);
+    Decision& add(Decision::Kind kind);
+    void spellOut(Decision& decision, const HotkeyLookupIndex::Position& position) const;
+    void recorded() const;
 
     const SequenceMachine& machine_;
     std::function<WallTime()> wallClock_;

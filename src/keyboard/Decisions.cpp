@@ -45,13 +45,19 @@ DecisionLog::DecisionLog() {
     ring_.reserve(kCapacity);
 }
 
-void DecisionLog::record(Decision decision) {
+Decision& DecisionLog::add(Decision::Kind kind) {
+    Decision& decision =
+        ring_.size() < kCapacity ? ring_.emplace_back() : ring_[static_cast<std::size_t>(total_ % kCapacity)];
+    decision.kind = kind;
     decision.number = ++total_;
     decision.otherKeysBefore = std::exchange(otherKeys_, 0);
-    if (ring_.size() < kCapacity)
-        ring_.push_back(decision);
-    else
-        ring_[(total_ - 1) % kCapacity] = decision;
+    decision.count = 0;
+    decision.held = decision.limit = std::chrono::milliseconds(0);
+    decision.token.clear();
+    decision.sequence.clear();
+    decision.name.clear();
+    decision.message.clear();
+    return decision;
 }
 
 std::vector<Decision> DecisionLog::since(std::uint64_t number) const {

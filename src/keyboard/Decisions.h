@@ -67,15 +67,16 @@ struct Decision {
 /// "opened", "continued", …
 std::string_view decisionName(Decision::Kind kind);
 
-/// The last decisions. Recording copies a value into its place: it never allocates, waits or makes text. Main
+/// The last decisions. Each is written into its place: that never allocates, waits or makes text. Main
 /// thread.
 class DecisionLog {
 public:
     static constexpr std::size_t kCapacity = 100;
     DecisionLog();
 
-    /// Numbers it and gives it the keys counted since the one before.
-    void record(Decision decision);
+    /// The place of a new decision, without facts but for its number and the keys counted since the one
+    /// before. Valid until the next call.
+    Decision& add(Decision::Kind kind);
     /// A key that belonged to no sequence.
     void countOtherKey() { ++otherKeys_; }
 

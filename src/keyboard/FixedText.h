@@ -17,6 +17,10 @@ public:
     FixedText() = default;
     explicit FixedText(std::string_view text) { append(text); }
 
+    void clear() {
+        size_ = 0;
+        isCut_ = false;
+    }
     void append(std::string_view text) {
         if (isCut_)
             return;

@@ -448,7 +448,7 @@ bool HotkeyManager::isObserved(Topic topic) const {
 }
 
 void HotkeyManager::changed(Topic topic) {
-    if (!isObserved(topic) || !postedTopics_.insert(topic).second)
+    if (postedTopics_.contains(topic) || !isObserved(topic) || !postedTopics_.insert(topic).second)
         return;
     dependencies_.loop.post([this, alive = std::weak_ptr(alive_), topic] {
         if (alive.expired())
