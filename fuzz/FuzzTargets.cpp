@@ -5,6 +5,7 @@
 #include "base/JSONWriter.h"
 #include "config/ConfigCheck.h"
 #include "config/ConfigDocument.h"
+#include "config/ConfigFix.h"
 #include "keyboard/notation/KeyTokenCodec.h"
 #include "runtime/simulator/Simulator.h"
 
@@ -67,6 +68,10 @@ void config(std::string_view text) {
         return;
     }
     require(std::none_of(findings.begin(), findings.end(), isError), "a text that loads has only warnings");
+    if (const auto fixed = fixDocument(text)) {
+        const auto again = fixDocument(fixed->text);
+        require(again && again->text == fixed->text && again->done.empty(), "mending twice is mending once");
+    }
     const auto saved = encodeDocument(document->items, document->pluginSettings);
     if (!saved) // only nesting that grew too deep in the document's own frame
         return;

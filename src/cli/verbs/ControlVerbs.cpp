@@ -27,6 +27,10 @@ void printStatus(const Object& answer, Console& console) {
         console.out.line("Trouble: " + trouble);
     if (std::string error = textOf(answer, "configError"); !error.empty())
         console.out.line("Configuration: " + error);
+    auto findings = answer.find("configFindings");
+    if (const Object* found = findings == answer.end() ? nullptr : findings->second.object())
+        if (std::string first = textOf(*found, "first"); !first.empty())
+            console.out.line("Check: " + first);
     if (std::string notice = textOf(answer, "notice"); !notice.empty())
         console.out.line(notice);
 }
