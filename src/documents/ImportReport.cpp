@@ -9,7 +9,7 @@ std::string describe(const ImportRemark& remark, std::string_view file) {
 }
 
 std::string summary(const ImportReport& report) {
-    return localized("%1 rules: %2 converted, %3 left out",
+    return localized("rules: %1, converted: %2, left out: %3",
                      {std::to_string(report.rules), std::to_string(report.converted),
                       std::to_string(report.omitted.size())});
 }

@@ -29,7 +29,7 @@ struct ImportReport {
     std::vector<ImportRemark> notes;   ///< converted rules that behave a little differently
     friend bool operator==(const ImportReport&, const ImportReport&) = default;
 };
-/// "12 rules: 10 converted, 2 left out".
+/// "rules: 12, converted: 10, left out: 2".
 std::string summary(const ImportReport& report);
 
 } // namespace varnel

@@ -118,7 +118,7 @@ class Imports(DocumentTest):
         for kind, example in EXAMPLES.items():
             result = self.status(1, "import", kind, example)
             lines = result.stderr.splitlines()
-            rules, converted, left_out = map(int, re.search(r"(\d+) rules: (\d+) converted, (\d+) left out",
+            rules, converted, left_out = map(int, re.search(r"rules: (\d+), converted: (\d+), left out: (\d+)",
                                                             lines[-1]).groups())
             listed = [line for line in lines if line.endswith("[left out]")]
             self.assertEqual((rules, left_out), (converted + left_out, len(listed)))
@@ -162,7 +162,7 @@ class Imports(DocumentTest):
 
     def test_the_exit_status_tells_how_it_went(self):
         fine = self.home.write("fine", "super + a\n\ttrue\n")
-        self.assertIn("1 rules: 1 converted, 0 left out", self.status(0, "import", "sxhkd", fine).stderr)
+        self.assertIn("rules: 1, converted: 1, left out: 0", self.status(0, "import", "sxhkd", fine).stderr)
         self.assertIn(":1:", self.status(2, "import", "karabiner", fine).stderr)
         self.status(2, "import", "sxhkd", "no-such-file")
         self.assertIn("sxhkd or karabiner", self.status(2, "import", "other", fine).stderr)
