@@ -358,6 +358,10 @@ void HotkeyManager::commandFinished(const std::string& name, std::string message
     }));
 }
 
+bool HotkeyManager::isStatusRoutine() const {
+    return isTransient(statusMessage_);
+}
+
 void HotkeyManager::setStatusMessage(std::string message) {
     statusMessage_ = std::move(message);
     changed(Topic::status);

@@ -98,6 +98,8 @@ public:
     [[nodiscard]] std::vector<std::string> hintOptions() const { return machine_.hintOptions(); }
     [[nodiscard]] std::vector<HintRow> hintOptionsWithNames() const { return hintState().rows; }
     [[nodiscard]] const std::string& statusMessage() const { return statusMessage_; }
+    /// It only says that something was done as it should be.
+    [[nodiscard]] bool isStatusRoutine() const;
     [[nodiscard]] const std::string& lastTriggerInfo() const { return lastTriggerInfo_; }
     [[nodiscard]] const std::string& lastPressedKey() const { return lastPressedKey_; }
     /// The last 32 tokens of shortcuts and open sequences, oldest first; plain typing is never kept.

@@ -18,15 +18,8 @@ constexpr Duration kLongestMessageTime = 6s;
 constexpr int kBarPlaces = 200;
 constexpr int kBarPlacesWithoutMotion = 4;
 
-/// Only says that what was asked for was done.
-bool isRoutine(std::string_view message) {
-    return message.starts_with("Executed:") || message.starts_with("Launched:");
-}
-
 /// Long enough to be read.
 Duration messageTime(std::string_view message) {
-    if (isRoutine(message))
-        return kShortMessageTime;
     const Duration time = kMessageTime + kMessageTimePerCharacter * static_cast<int>(message.size());
     return std::min(time, kLongestMessageTime);
 }
@@ -89,13 +82,13 @@ void SuggestionOverlayController::statusChanged() {
     const bool isNews = hotkeys_.finishedCommands() != lastFinished_ || status != lastStatus_;
     lastFinished_ = hotkeys_.finishedCommands();
     lastStatus_ = status;
+    const bool isRoutine = hotkeys_.isStatusRoutine();
     const OverlayMessages wish = overlayOptions(preferences_).messages;
-    const bool isWanted =
-        wish == OverlayMessages::all || (wish == OverlayMessages::noteworthy && !isRoutine(status));
+    const bool isWanted = wish == OverlayMessages::all || (wish == OverlayMessages::noteworthy && !isRoutine);
     if (!isNews || !isWanted || status.empty())
         return;
     message_ = singleLine(status, kLongestMessage);
-    messageEnd_ = loop_.now() + messageTime(message_);
+    messageEnd_ = loop_.now() + (isRoutine ? kShortMessageTime : messageTime(message_));
     refresh();
 }
 

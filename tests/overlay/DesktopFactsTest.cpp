@@ -1,4 +1,5 @@
 #include "overlay/IconFiles.h"
+#include "overlay/PanelSurroundings.h"
 #include "overlay/XSettings.h"
 
 #include "tests/base/TemporaryFolder.h"
@@ -108,6 +109,33 @@ TEST(IconFiles, FindThePictureNearestAboveTheSize) {
         EXPECT_EQ(iconFile(c.application, c.size, {"/nowhere", data}), data + "/" + c.file) << c.application;
     EXPECT_EQ(iconFile("/usr/bin/unknown", 64, {data}), std::nullopt);
     EXPECT_EQ(iconFile(data + "/applications/missing.desktop", 64, {data}), std::nullopt);
+}
+
+TEST(PanelSurroundings, MakeAWindowThatTakesNothingFromTheUser) {
+    std::string calls;
+    const auto note = [&calls](const char* name) {
+        return [&calls, name](std::uintptr_t view, auto value) {
+            calls += std::string(name) + " " + std::to_string(view) + " " + std::to_string(value) + "\n";
+        };
+    };
+    std::string typed;
+    PanelSurroundings surroundings({.styleMask = [](std::uintptr_t) { return std::uint64_t{0x10}; },
+                                    .setStyleMask = note("style"),
+                                    .setLevel = note("level"),
+                                    .setCollectionBehavior = note("behavior"),
+                                    .setHidesOnDeactivate = note("hides"),
+                                    .setIgnoresMouseEvents = note("ignores"),
+                                    .setAnimationBehavior = note("animation"),
+                                    .accessibilityDisplayShouldReduceMotion = [] { return true; },
+                                    .translateKey = [&typed](KeyCode) { return typed; }});
+    surroundings.adoptWindow(7);
+    EXPECT_EQ(calls, "style 7 144\nlevel 7 25\nbehavior 7 337\nhides 7 0\nignores 7 1\nanimation 7 2\n");
+    const std::pair<const char*, std::optional<std::string>> cases[] = {
+        {"ö", "ö"}, {"", std::nullopt}, {"\r", std::nullopt}, {" ", std::nullopt}, {"\uF700", std::nullopt}};
+    for (const auto& [text, label] : cases) {
+        typed = text;
+        EXPECT_EQ(surroundings.keyLabel(0), label) << text;
+    }
 }
 
 } // namespace

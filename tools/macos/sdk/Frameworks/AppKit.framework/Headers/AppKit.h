@@ -27,6 +27,26 @@
                                                 NSError *_Nullable error))handler;
 @end
 
+@interface NSWorkspace (Accessibility)
+@property(readonly) BOOL accessibilityDisplayShouldReduceMotion;
+@end
+
+typedef NSUInteger NSWindowStyleMask;
+typedef NSInteger NSWindowLevel;
+typedef NSUInteger NSWindowCollectionBehavior;
+typedef NSInteger NSWindowAnimationBehavior;
+@interface NSWindow : NSObject
+@property NSWindowStyleMask styleMask;
+@property NSWindowLevel level;
+@property NSWindowCollectionBehavior collectionBehavior;
+@property NSWindowAnimationBehavior animationBehavior;
+@property BOOL hidesOnDeactivate;
+@property BOOL ignoresMouseEvents;
+@end
+@interface NSView : NSObject
+@property(nullable, readonly, assign) NSWindow *window;
+@end
+
 typedef CGRect NSRect;
 @interface NSScreen : NSObject
 @property(class, nonnull, readonly, copy) NSArray<NSScreen *> *screens;

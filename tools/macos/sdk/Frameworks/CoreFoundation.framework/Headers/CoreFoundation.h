@@ -52,6 +52,7 @@ extern const CFBooleanRef kCFBooleanFalse;
 
 CFTypeRef CFRetain(CFTypeRef cf);
 void CFRelease(CFTypeRef cf);
+const UInt8 *CFDataGetBytePtr(CFDataRef data);
 CFTypeID CFGetTypeID(CFTypeRef cf);
 Boolean CFEqual(CFTypeRef a, CFTypeRef b);
 CFTypeID CFBooleanGetTypeID(void);

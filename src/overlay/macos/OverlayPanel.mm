@@ -1,0 +1,41 @@
+#include "overlay/PanelSurroundings.h"
+#include "overlay/macos/KeyTranslation.h"
+
+#import <AppKit/AppKit.h>
+
+namespace varnel {
+namespace {
+
+NSWindow* windowOf(PanelTable::View view) {
+    return ((__bridge NSView*)reinterpret_cast<void*>(view)).window;
+}
+
+PanelTable systemPanel() {
+    using View = PanelTable::View;
+    return {
+        .styleMask = [](View view) { return static_cast<std::uint64_t>(windowOf(view).styleMask); },
+        .setStyleMask = [](View view, std::uint64_t mask) { windowOf(view).styleMask = mask; },
+        .setLevel = [](View view, std::int64_t level) { windowOf(view).level = level; },
+        .setCollectionBehavior = [](View view,
+                                    std::uint64_t behavior) { windowOf(view).collectionBehavior = behavior; },
+        .setHidesOnDeactivate = [](View view, bool hides) { windowOf(view).hidesOnDeactivate = hides; },
+        .setIgnoresMouseEvents = [](View view, bool ignores) { windowOf(view).ignoresMouseEvents = ignores; },
+        .setAnimationBehavior = [](View view,
+                                   std::int64_t behavior) { windowOf(view).animationBehavior = behavior; },
+        .accessibilityDisplayShouldReduceMotion =
+            [] {
+                @autoreleasepool {
+                    return static_cast<bool>(
+                        NSWorkspace.sharedWorkspace.accessibilityDisplayShouldReduceMotion);
+                }
+            },
+        .translateKey = translateKey};
+}
+
+} // namespace
+
+std::unique_ptr<OverlaySurroundings> makeOverlaySurroundings(EventLoop&) {
+    return std::make_unique<PanelSurroundings>(systemPanel());
+}
+
+} // namespace varnel
