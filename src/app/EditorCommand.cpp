@@ -47,7 +47,7 @@ editorCommand(std::string_view preference, const std::string& path, const std::s
     if (!command || command->empty())
         return std::unexpected(
             localized("A quote in the editor's command line is not closed: %1", {preference}));
-    if (findProgram(command->front()).empty())
+    if (command->front().empty() || findProgram(command->front()).empty())
         return std::unexpected(
             isChosen
                 ? localized("The editor “%1” was not found. Choose another one in the settings.",

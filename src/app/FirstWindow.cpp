@@ -4,8 +4,10 @@
 #include "app/QtText.h"
 #include "base/Localized.h"
 
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QPainter>
+#include <QScreen>
 #include <QStackedWidget>
 
 namespace varnel {
@@ -44,8 +46,13 @@ FirstWindow::FirstWindow(FirstWindowContext context)
         else
             close();
     });
-    setFixedWidth(fontMetrics().averageCharWidth() * 86);
+    setFixedWidth(fontMetrics().averageCharWidth() * 94);
     showStep(0);
+    // The hints, in the middle of the screen, leave what is to be tried in sight.
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    const QSize size = sizeHint();
+    move(screen.left() + screen.width() / 25,
+         screen.top() + std::max(0, (screen.height() - size.height()) / 3));
 }
 
 void FirstWindow::setState(const ShellState& state) {

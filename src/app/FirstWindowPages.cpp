@@ -24,10 +24,10 @@ QVBoxLayout* makePageLayout(QWidget* page, const std::string& title, const std::
 }
 
 /// A row of the first page: what to press, and what it does.
-void addWayOut(QGridLayout& grid, QWidget* keys, const std::string& text, QWidget* button = nullptr) {
-    const int row = grid.rowCount();
+void addWayOut(QGridLayout& grid, int row, QWidget* keys, const std::string& text,
+               QWidget* button = nullptr) {
     grid.addWidget(keys, row, 0, Qt::AlignLeft | Qt::AlignVCenter);
-    grid.addWidget(makeParagraph(qtText(text)), row, 1);
+    grid.addWidget(makeParagraph(qtText(text)), row, 1, 1, button ? 1 : 2);
     if (button)
         grid.addWidget(button, row, 2, Qt::AlignVCenter);
 }
@@ -58,13 +58,13 @@ WayOutPage::WayOutPage(const FirstWindowContext& context)
     grid->setHorizontalSpacing(18);
     grid->setVerticalSpacing(14);
     grid->setColumnStretch(1, 1);
-    addWayOut(*grid, new KeyCapsView(steps({"escape"}, context.naming)),
+    addWayOut(*grid, 0, new KeyCapsView(steps({"escape"}, context.naming)),
               localized("ends a sequence. Nothing runs, and no application sees a key of it."));
     auto* pauseIcon = new StateBadge(22);
     pauseIcon->setState(HealthState::paused);
-    addWayOut(*grid, pauseIcon,
+    addWayOut(*grid, 1, pauseIcon,
               localized("Pause, in the menu of the icon, switches everything off until you resume."), pause_);
-    addWayOut(*grid, new KeyCapsView({{localized("Left Ctrl"), localized("Space"), localized("Esc")}}),
+    addWayOut(*grid, 2, new KeyCapsView({{localized("Left Ctrl"), localized("Space"), localized("Esc")}}),
               localized("held down together pause Varnel! when nothing else seems to help."));
     layout->addWidget(card);
 
@@ -235,9 +235,8 @@ DonePage::DonePage(const FirstWindowContext& context) {
     for (const auto& [state, meaning] : meanings) {
         auto* badge = new StateBadge(24);
         badge->setState(state);
-        const int row = grid->rowCount();
-        grid->addWidget(badge, row, 0);
-        grid->addWidget(makeParagraph(qtText(meaning)), row, 1);
+        grid->addWidget(badge, static_cast<int>(state), 0);
+        grid->addWidget(makeParagraph(qtText(meaning)), static_cast<int>(state), 1);
     }
     grid->setColumnStretch(1, 1);
     layout->addWidget(card);

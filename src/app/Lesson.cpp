@@ -12,11 +12,8 @@ std::optional<LessonExample> chooseExample(const std::vector<ConfigItem>& items)
     for (const ConfigItem& item : items) {
         if (item.type != ItemType::action || !item.isEnabled || item.keys.size() < 2)
             continue;
-        const bool isTypable = KeyTokenCodec::parse(item.keys.front()).has_value();
-        if (!isTypable)
-            continue;
-        const bool isChord = !KeyTokenCodec::isModifierOnly(item.keys.front());
-        if (!found || isChord)
+        const bool isChord = KeyTokenCodec::parse(item.keys.front()).has_value();
+        if (isChord || (!found && KeyTokenCodec::isModifierOnly(item.keys.front())))
             found = LessonExample{item.keys, item.name};
         if (isChord)
             break;

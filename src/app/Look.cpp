@@ -45,6 +45,14 @@ QLabel* makeLabel(const QString& text, QWidget* parent) {
     return label;
 }
 
+QLabel* enlarged(QLabel* label, double factor) {
+    QFont font = label->font();
+    font.setPointSizeF(font.pointSizeF() * factor);
+    font.setWeight(QFont::DemiBold);
+    label->setFont(font);
+    return label;
+}
+
 } // namespace
 
 void applyTheme(bool isDark) {
@@ -70,12 +78,11 @@ void applyTheme(bool isDark) {
 }
 
 QLabel* makeHeading(const QString& text, QWidget* parent) {
-    QLabel* label = makeLabel(text, parent);
-    QFont font = label->font();
-    font.setPointSizeF(font.pointSizeF() * 1.7);
-    font.setWeight(QFont::DemiBold);
-    label->setFont(font);
-    return label;
+    return enlarged(makeLabel(text, parent), 1.7);
+}
+
+QLabel* makeTitle(const QString& text, QWidget* parent) {
+    return enlarged(makeLabel(text, parent), 1.3);
 }
 
 QLabel* makeParagraph(const QString& text, QWidget* parent) {

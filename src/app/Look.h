@@ -19,6 +19,8 @@ namespace varnel {
 void applyTheme(bool isDark);
 
 QLabel* makeHeading(const QString& text, QWidget* parent = nullptr);
+/// Smaller than a heading: a sentence that matters.
+QLabel* makeTitle(const QString& text, QWidget* parent = nullptr);
 /// Wraps; can be selected with the mouse.
 QLabel* makeParagraph(const QString& text, QWidget* parent = nullptr);
 /// The same in a quieter colour.

@@ -9,7 +9,7 @@ namespace varnel {
 namespace {
 
 /// Menus get as wide as their longest line.
-constexpr std::size_t kLineLength = 90;
+constexpr std::size_t kLineLength = 76;
 
 using Action = MenuEntry::Action;
 
@@ -27,8 +27,8 @@ void addPause(std::vector<MenuEntry>& entries, const ShellState& state) {
 } // namespace
 
 std::string problemLine(const Problem& problem) {
-    if (problem.place.empty())
-        return problem.text;
+    if (problem.kind != Problem::Kind::configuration || problem.place.empty())
+        return problem.text; // names what it is about
     return lastPathComponent(problem.place) + ": " + problem.text;
 }
 
@@ -44,7 +44,9 @@ std::vector<MenuEntry> menuEntries(const ShellState& state) {
     const auto& problems = state.health.problems;
     if (!problems.empty())
         entries.push_back({Action::showStatus, singleLine(problemLine(problems.front()), kLineLength)});
-    if (problems.size() > 1)
+    if (problems.size() == 2)
+        entries.push_back({Action::showStatus, localized("1 more problem…")});
+    if (problems.size() > 2)
         entries.push_back(
             {Action::showStatus, localized("%1 more problems…", {std::to_string(problems.size() - 1)})});
     if (!state.lastCommand.empty())

@@ -12,10 +12,16 @@
 
 namespace varnel {
 
+namespace {
+
+constexpr int kProblemGap = 8;
+
+}
+
 StatusWindow::StatusWindow(ShellActions& actions)
     : actions_(actions)
-    , badge_(new StateBadge(40, this))
-    , sentence_(makeHeading({}, this))
+    , badge_(new StateBadge(36, this))
+    , sentence_(makeTitle({}, this))
     , command_(makeNote({}, this))
     , problemCard_(new Card(this))
     , resume_(makeMainButton(qtText(localized("Resume")), this))
@@ -26,7 +32,7 @@ StatusWindow::StatusWindow(ShellActions& actions)
     layout->setSpacing(16);
     auto* top = new QHBoxLayout;
     top->setSpacing(16);
-    top->addWidget(badge_, 0, Qt::AlignTop);
+    top->addWidget(badge_, 0, Qt::AlignVCenter);
     top->addWidget(sentence_, 1);
     layout->addLayout(top);
     layout->addWidget(problemCard_);
@@ -81,8 +87,11 @@ void StatusWindow::showProblems(const std::vector<Problem>& problems) {
     qDeleteAll(problemCard_->findChildren<QLabel*>(Qt::FindDirectChildrenOnly));
     auto* layout = static_cast<QVBoxLayout*>(problemCard_->layout());
     layout->setSpacing(4);
+    layout->setContentsMargins(12, 12, 12, 12);
     for (const Problem& problem : problems) {
-        layout->addWidget(makeParagraph(qtText(problem.text)));
+        QLabel* text = makeParagraph(qtText(problem.text));
+        text->setContentsMargins(0, &problem == &problems.front() ? 0 : kProblemGap, 0, 0);
+        layout->addWidget(text);
         if (!problem.place.empty())
             layout->addWidget(makeNote(qtText(problem.place)));
     }

@@ -58,6 +58,8 @@ void TrayIcon::setState(const ShellState& state) {
     const bool fits = haveSameShape(entries, entries_);
     entries_ = std::move(entries);
     fits ? updateTexts() : fillMenu();
+    if (isNew || !fits)
+        menu_.actions().constFirst()->setIcon(stateIcon(state.health.state));
     if (!icon_)
         return;
     if (isNew)

@@ -164,8 +164,8 @@ TEST(Lesson, ChoosesASequenceThatBeginsWithAChord) {
                      chord = action({"ctrl+k", "n"}, "chord"), single = action({"f12"}, "single");
     ConfigItem group = action({"ctrl+j", "w"}, "group");
     group.type = ItemType::group;
-    EXPECT_EQ(chooseExample({group, off, single, tap, chord})->name, "chord");
-    EXPECT_EQ(chooseExample({single, tap})->name, "tap");
+    EXPECT_EQ(chooseExample({group, off, single, tap, chord}).value().name, "chord");
+    EXPECT_EQ(chooseExample({single, tap}).value().name, "tap");
     EXPECT_EQ(chooseExample({group, off, single}), std::nullopt);
 }
 

@@ -1,0 +1,81 @@
+"""A login manager on a private bus, for the tests: does what the lines of standard input say ("lock", "unlock",
+"hint true", "sleep true", …) and prints what it is asked for ("inhibit", "released")."""
+import os
+import sys
+
+import dbus
+import dbus.mainloop.glib
+import dbus.service
+from gi.repository import GLib
+
+LOGIN = "org.freedesktop.login1"
+MANAGER = LOGIN + ".Manager"
+SESSION = LOGIN + ".Session"
+
+
+def say(text):
+    print(text, flush=True)
+
+
+class Session(dbus.service.Object):
+    @dbus.service.signal(SESSION, signature="")
+    def Lock(self):
+        pass
+
+    @dbus.service.signal(SESSION, signature="")
+    def Unlock(self):
+        pass
+
+    @dbus.service.signal("org.freedesktop.DBus.Properties", signature="sa{sv}as")
+    def PropertiesChanged(self, interface, changed, invalidated):
+        pass
+
+
+class Manager(dbus.service.Object):
+    @dbus.service.method(MANAGER, in_signature="u", out_signature="o")
+    def GetSessionByPID(self, _process):
+        return "/org/freedesktop/login1/session/one"
+
+    @dbus.service.method(MANAGER, in_signature="ssss", out_signature="h")
+    def Inhibit(self, what, _who, _why, mode):
+        ours, theirs = os.pipe()
+        GLib.io_add_watch(ours, GLib.IO_HUP, lambda *_: say("released") or os.close(ours))
+        say(f"inhibit {what} {mode}")
+        descriptor = dbus.types.UnixFd(theirs)
+        os.close(theirs)
+        return descriptor
+
+    @dbus.service.signal(MANAGER, signature="b")
+    def PrepareForSleep(self, falling_asleep):
+        pass
+
+
+def main():
+    dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
+    bus = dbus.SystemBus()
+    name = dbus.service.BusName(LOGIN, bus)
+    manager = Manager(name, "/org/freedesktop/login1")
+    session = Session(name, "/org/freedesktop/login1/session/one")
+    loop = GLib.MainLoop()
+
+    def obey(*_):
+        words = sys.stdin.readline().split()
+        if not words:
+            loop.quit()
+        elif words[0] == "lock":
+            session.Lock()
+        elif words[0] == "unlock":
+            session.Unlock()
+        elif words[0] == "hint":
+            session.PropertiesChanged(SESSION, {"LockedHint": dbus.Boolean(words[1] == "true")}, [])
+        elif words[0] == "sleep":
+            manager.PrepareForSleep(words[1] == "true")
+        return True
+
+    GLib.io_add_watch(sys.stdin, GLib.IO_IN, obey)
+    say("ready")
+    loop.run()
+
+
+if __name__ == "__main__":
+    main()
