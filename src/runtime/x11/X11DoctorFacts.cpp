@@ -74,10 +74,11 @@ public:
     }
 
 private:
+    /// Made where there is none: the server itself names its kinds of resources only when it is asked.
     xcb_atom_t atom(const std::string& name) {
         const auto reply = own(xcb_intern_atom_reply(
             connection_,
-            xcb_intern_atom(connection_, 1, static_cast<std::uint16_t>(name.size()), name.data()), nullptr));
+            xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr));
         return reply ? reply->atom : XCB_NONE;
     }
     Reply<xcb_get_property_reply_t> property(xcb_window_t window, const std::string& name) {
