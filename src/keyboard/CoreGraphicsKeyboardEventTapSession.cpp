@@ -17,7 +17,8 @@ TapVerdict receive(const EventTapFunctions& functions, const Slot& slot, const K
             (*slot)->enable();
         return TapVerdict::pass;
     }
-    if (type != kCGEventKeyDownType && type != kCGEventFlagsChangedType)
+    const bool isKey = type == kCGEventKeyDownType || type == kCGEventFlagsChangedType;
+    if (!isKey || !*slot || (*slot)->isInvalidated())
         return TapVerdict::pass;
     const std::int64_t poster = functions.sourceProcess(event);
     auto key = functions.applicationEvent(event);

@@ -153,6 +153,24 @@ TEST(PrivateWindowServerSymbols, NeedsEveryRequiredNameAndNoOptionalOne) {
     EXPECT_TRUE(loadSkyLightSymbols(loader(always, true, false))) << "found among everything loaded";
 }
 
+TEST(PrivateWindowServerSymbols, AreListedForPeople) {
+    std::string missing;
+    std::size_t required = 0;
+    bool animating = false;
+    const auto list = listPrivateSymbols(loader([](std::string_view name) {
+        return name != "SLPSPostEventRecordTo" && name != "SLSSpaceSetFrontPSN" && name != "GetProcessForPID";
+    }));
+    for (const PrivateSymbol& symbol : list) {
+        required += symbol.isRequired ? 1 : 0;
+        missing += symbol.isRequired && !symbol.isFound ? symbol.name + " " : "";
+        animating = animating || (symbol.name == "SLSManagedDisplayIsAnimating" && symbol.isFound);
+    }
+    EXPECT_EQ(missing, "SLPSPostEventRecordTo GetProcessForPID ");
+    EXPECT_EQ(list.size(), 14u);
+    EXPECT_EQ(required, 8u);
+    EXPECT_TRUE(animating) << "listed under its first name, found under the second";
+}
+
 TEST(PrivateWindowServerSymbols, AreAbsentOnASystemWithoutTheFramework) {
     const SymbolLoader system = systemSymbolLoader();
     EXPECT_NE(system.symbol(nullptr, "malloc"), nullptr);

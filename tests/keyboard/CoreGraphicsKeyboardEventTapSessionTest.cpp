@@ -1,4 +1,6 @@
 #include "keyboard/CoreGraphicsKeyboardEventTapSession.h"
+#include "base/ManualEventLoop.h"
+#include "keyboard/KeyboardMonitor.h"
 
 #include <gtest/gtest.h>
 
@@ -28,7 +30,10 @@ public:
         f.enableTap = [this](SystemObject port, bool on) { note(on ? "on" : "off", port); };
         f.invalidatePort = [this](SystemObject port) { note("invalidate", port); };
         f.releaseSource = [this](SystemObject source) { note("release", source); };
-        f.releasePort = [this](SystemObject port) { note("release", port); };
+        f.releasePort = [this](SystemObject port) {
+            note("release", port);
+            receive = nullptr; // as the system's own: gone with the port
+        };
         f.applicationEvent = [this](SystemObject) { return event; };
         f.sourceProcess = [this](SystemObject) { return poster; };
         f.ownProcess = 42;
@@ -66,6 +71,7 @@ TEST(CoreGraphicsTapFactory, TriesTheHardwareLevelThenTheSession) {
         CoreGraphicsKeyboardEventTapSessionFactory factory(table.functions());
         const auto session = factory.createSession([](const KeyboardEvent&) { return TapVerdict::pass; });
         EXPECT_EQ(table.log, row.log);
+        EXPECT_EQ(session != nullptr, factory.grantedLevel().has_value());
         EXPECT_EQ(session != nullptr,
                   std::string(row.log).ends_with("add11 ") || std::string(row.log).ends_with("add12 "));
     }
@@ -95,7 +101,7 @@ TEST(CoreGraphicsTapSession, OffersKeysAndRearmsWhenDisabled) {
                                                               : "typed ";
         return TapVerdict::swallow;
     });
-    const auto send = [&](std::uint32_t type) { return table.receive(type, nullptr); };
+    const auto send = [held = table.receive](std::uint32_t type) { return held(type, nullptr); };
     EXPECT_EQ(send(10), TapVerdict::swallow);
     EXPECT_EQ(send(12), TapVerdict::swallow);
     EXPECT_EQ(offered, 14);
@@ -125,6 +131,37 @@ TEST(CoreGraphicsTapSession, OffersKeysAndRearmsWhenDisabled) {
     session.reset();
     send(0xFFFFFFFF);
     EXPECT_EQ(table.log, "");
+}
+
+TEST(CoreGraphicsTapSession, MayBeClosedOrReplacedFromInsideItsOwnCallback) {
+    const struct {
+        std::function<void(std::unique_ptr<KeyboardMonitor>&)> act;
+        const char* log;
+    } rows[] = {
+        {[](auto& monitor) { monitor->stop(); }, "off1 remove11 invalidate1 release11 release1 "},
+        {[](auto& monitor) { monitor.reset(); }, "off1 remove11 invalidate1 release11 release1 "},
+        {[](auto& monitor) { monitor->start(); },
+         "off1 remove11 invalidate1 release11 release1 tap0 source add12 on2 "},
+    };
+    for (const auto& row : rows) {
+        RecordingTable table;
+        table.event = KeyboardEvent{.keyCode = 38};
+        ManualEventLoop loop;
+        CoreGraphicsKeyboardEventTapSessionFactory factory(table.functions());
+        std::unique_ptr<KeyboardMonitor> monitor;
+        monitor = std::make_unique<KeyboardMonitor>(
+            loop, factory, [] { return 250ms; },
+            [&](const std::string&, TimePoint) {
+                row.act(monitor);
+                return true;
+            });
+        ASSERT_TRUE(monitor->start());
+        table.log.clear();
+        const EventTapCallback held = table.receive; // what the adapter keeps for the length of a call
+        EXPECT_EQ(held(10, nullptr), TapVerdict::swallow) << "the key that ended it was taken";
+        EXPECT_EQ(table.log, row.log);
+        EXPECT_EQ(held(10, nullptr), TapVerdict::pass) << "a late event finds nobody";
+    }
 }
 
 } // namespace

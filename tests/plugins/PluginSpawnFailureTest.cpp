@@ -8,8 +8,11 @@
 #include <spawn.h>
 
 #include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -24,7 +27,22 @@ int failOrCall(const char* name, Function, Arguments... arguments) {
     return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name))(arguments...);
 }
 
+/// Signals sent to whole groups; with `groupsAreZombies` each answer but the first is that of a system where
+/// nobody but a dead leader is left.
+std::vector<int> groupSignals;
+bool groupsAreZombies = false;
+
 } // namespace
+
+extern "C" int kill(pid_t process, int signal) noexcept {
+    if (process < -1)
+        groupSignals.push_back(signal);
+    if (process < -1 && groupsAreZombies && groupSignals.size() > 1) {
+        errno = EPERM;
+        return -1;
+    }
+    return reinterpret_cast<int (*)(pid_t, int)>(::dlsym(RTLD_NEXT, "kill"))(process, signal);
+}
 
 #define FAILABLE(name, parameters, ...)                                                                      \
     extern "C" int name parameters noexcept {                                                                \
@@ -81,6 +99,19 @@ TEST(PluginProcessRunner, NamesTheStepOfAPreparationThatFails) {
     }
     failingCall = "";
     EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(PluginProcessRunner, TakesEPERMForAGroupThatIsStillThere) {
+    groupSignals.clear();
+    groupsAreZombies = true;
+    const auto begin = std::chrono::steady_clock::now();
+    const auto result = runPluginProcess(VARNEL_BINARY_DIR "/plugin_test_child", "never-read", "x",
+                                         {.timeout = std::chrono::milliseconds(200)});
+    groupsAreZombies = false;
+    ASSERT_FALSE(result);
+    EXPECT_EQ(describe(result.error()), "Plugin command 'never-read' timed out");
+    EXPECT_EQ(groupSignals, (std::vector{SIGTERM, 0, SIGKILL})) << "a refused SIGKILL is no error";
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1500));
 }
 
 } // namespace
