@@ -16,7 +16,13 @@
 @property BOOL allowsRunningApplicationSubstitution;
 @end
 
+extern NSString *_Nonnull const NSWorkspaceWillSleepNotification;
+extern NSString *_Nonnull const NSWorkspaceDidWakeNotification;
+extern NSString *_Nonnull const NSWorkspaceSessionDidBecomeActiveNotification;
+extern NSString *_Nonnull const NSWorkspaceSessionDidResignActiveNotification;
+
 @interface NSWorkspace : NSObject
+@property(readonly, strong) NSNotificationCenter *_Nonnull notificationCenter;
 @property(class, nonnull, readonly, strong) NSWorkspace *sharedWorkspace;
 @property(nullable, readonly, strong) NSRunningApplication *frontmostApplication;
 - (BOOL)openURL:(nonnull NSURL *)url;

@@ -51,3 +51,16 @@ typedef struct {
 + (nullable instancetype)bundleWithURL:(nonnull NSURL *)url;
 @property(nullable, readonly, copy) NSString *bundleIdentifier;
 @end
+@interface NSNotification : NSObject
+@end
+@class NSOperationQueue;
+@interface NSNotificationCenter : NSObject
+- (nonnull id<NSObject>)addObserverForName:(nullable NSString *)name
+                                    object:(nullable id)object
+                                     queue:(nullable NSOperationQueue *)queue
+                                usingBlock:(nonnull void (^)(NSNotification *_Nonnull))block;
+- (void)removeObserver:(nonnull id)observer;
+@end
+@interface NSDistributedNotificationCenter : NSNotificationCenter
++ (nonnull NSDistributedNotificationCenter *)defaultCenter;
+@end
