@@ -12,6 +12,8 @@ namespace {
 
 /// Widths of texts are rounded; without this, some that fit would be cut.
 constexpr int kSlack = 2;
+/// A longer message is cut.
+constexpr int kMostMessageLines = 3;
 
 QString qText(const std::string& text) {
     return QString::fromStdString(text);
@@ -72,7 +74,12 @@ OverlayPicture::OverlayPicture(SuggestionOverlayState state, const OverlayStyle&
     y += rows_.size.height;
     if (hasFooter_) {
         y += state_.rows.empty() ? 0 : padding / 2;
-        footer_ = QRect(padding, y, width, style.em * 5 / 4);
+        const int markSpace = markWidth > 0 ? markWidth + style.gap : 0;
+        const QRect lines = footerMetrics.boundingRect(
+            QRect(0, 0, std::max(1, width - markSpace), footerMetrics.lineSpacing() * kMostMessageLines),
+            Qt::TextWordWrap, qText(state_.message));
+        const int height = std::min(lines.height(), footerMetrics.lineSpacing() * kMostMessageLines);
+        footer_ = QRect(padding, y, width, std::max(style.em * 5 / 4, height));
         y += footer_.height();
     }
     size_ = QSize(width + padding * 2, y + padding * (hasFooter_ && !state_.rows.empty() ? 3 : 4) / 4);
@@ -313,9 +320,7 @@ void OverlayPicture::paintFooter(QPainter& painter, const OverlayColors& colors)
         painter.drawText(place, Qt::AlignVCenter | Qt::AlignRight, pageMark());
         place.setRight(place.right() - style_.smallMetrics.horizontalAdvance(pageMark()) - style_.gap);
     }
-    painter.drawText(place, Qt::AlignVCenter | Qt::AlignLeft,
-                     (isAlone ? style_.textMetrics : style_.smallMetrics)
-                         .elidedText(qText(state_.message), Qt::ElideRight, place.width()));
+    painter.drawText(place, Qt::AlignVCenter | Qt::AlignLeft | Qt::TextWordWrap, qText(state_.message));
 }
 
 } // namespace varnel

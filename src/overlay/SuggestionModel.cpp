@@ -25,6 +25,8 @@ SuggestionRow suggestionRow(const HintRow& hint, bool isChoice, const HintState&
     row.name = singleLine(hint.metadata.name.value_or(std::string()), kLongestText);
     row.detail = singleLine(hint.metadata.detail.value_or(std::string()), kLongestText);
     row.isGroup = hint.isGroup;
+    if (row.isGroup && row.name.empty())
+        row.name = localized("Group");
     row.entryCount = hint.entryCount;
     row.isRunning = hint.metadata.isRunningApplication;
     row.isChosen = hint.isChosen;

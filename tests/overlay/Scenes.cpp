@@ -186,6 +186,14 @@ const std::map<std::string, std::function<SuggestionOverlayState()>>& scenes() {
              state.message = "Executed: Lock the screen";
              return state;
          }},
+        {"failure",
+         [] {
+             SuggestionOverlayState state;
+             state.message =
+                 "Failed to execute action: The capability 'notes.append' cannot run: bin/run has changed "
+                 "since it was trusted. Look at what changed and trust it again.";
+             return state;
+         }},
         {"sample", [] { return sampleState(kNaming); }},
     };
     return kScenes;

@@ -33,6 +33,7 @@ PICTURES = {
     "overlay-frozen-dark": ("frozen", "dark", 1, True, {}),
     "overlay-loading-light": ("loading", "light", 1, True, {}),
     "overlay-message-dark": ("message", "dark", 1, True, {}),
+    "overlay-failure-light": ("failure", "light", 1, True, {}),
     "overlay-long-dark": ("long", "dark", 1, True, {}),
     "overlay-japanese-light": ("japanese", "light", 1, True, {}),
     "overlay-japanese-dark": ("japanese", "dark", 2, True, {}),
