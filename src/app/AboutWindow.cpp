@@ -23,6 +23,7 @@ AboutWindow::AboutWindow(const Facts& facts) {
     texts->addWidget(makeNote(qtText(localized("Configuration: %1", {facts.configPath}))));
     texts->addWidget(makeNote(qtText(localized("Preferences: %1", {facts.preferencesPath}))));
     texts->addWidget(makeNote(qtText(localized("Free software under the MIT licence."))));
+    texts->addStretch(1);
     auto* row = new QHBoxLayout;
     row->setSpacing(20);
     row->addWidget(badge, 0, Qt::AlignTop);
@@ -34,7 +35,9 @@ AboutWindow::AboutWindow(const Facts& facts) {
     layout->setSpacing(20);
     layout->addLayout(row);
     layout->addWidget(close, 0, Qt::AlignRight);
-    setMinimumWidth(fontMetrics().averageCharWidth() * 70);
+    const int width = fontMetrics().averageCharWidth() * 70;
+    setMinimumWidth(width);
+    resize(width, layout->totalHeightForWidth(width));
 }
 
 void AboutWindow::keyPressEvent(QKeyEvent* event) {

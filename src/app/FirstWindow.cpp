@@ -24,7 +24,7 @@ FirstWindow::FirstWindow(FirstWindowContext context)
     , try_(new TryPage(context))
     , done_(new DonePage(context))
     , stack_(new QStackedWidget(this))
-    , back_(new QPushButton(qtText(localized("Back")), this))
+    , back_(makeButton(qtText(localized("Back")), this))
     , next_(makeMainButton({}, this)) {
     setWindowTitle(qtText(localized("Welcome to Varnel!")));
     for (QWidget* page : std::initializer_list<QWidget*>{wayOut_, try_, done_})

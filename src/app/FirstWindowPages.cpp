@@ -76,7 +76,7 @@ WayOutPage::WayOutPage(const FirstWindowContext& context)
     state->addWidget(detail_, 1, 1);
     state->setColumnStretch(1, 1);
     if (needsPermission_) {
-        permission_ = new QPushButton(qtText(localized("Ask for Permission…")), this);
+        permission_ = makeButton(qtText(localized("Ask for Permission…")), this);
         connect(permission_, &QPushButton::clicked, this, context.askForPermission);
         state->addWidget(permission_, 0, 2, 2, 1, Qt::AlignVCenter);
     }
@@ -242,7 +242,7 @@ DonePage::DonePage(const FirstWindowContext& context) {
     layout->addWidget(card);
     layout->addSpacing(4);
     layout->addWidget(new LoginSwitch(context.login, context.preferences));
-    auto* open = new QPushButton(qtText(localized("Open Configuration")), this);
+    auto* open = makeButton(qtText(localized("Open Configuration")), this);
     connect(open, &QPushButton::clicked, this, [&actions = context.actions] { actions.openConfiguration(); });
     auto* row = new QHBoxLayout;
     row->setSpacing(12);

@@ -28,7 +28,7 @@ QWidget* makeEditorField(PreferenceStore& preferences, ShellActions& actions) {
         if (!kept)
             note->setText(qtText(kept.error()));
     });
-    auto* test = new QPushButton(qtText(localized("Open Configuration")));
+    auto* test = makeButton(qtText(localized("Open Configuration")));
     QObject::connect(test, &QPushButton::clicked, test, [&actions] { actions.openConfiguration(); });
     auto* row = new QHBoxLayout;
     row->addWidget(field, 1);
@@ -51,7 +51,7 @@ std::unique_ptr<QWidget> makePage(LaunchAtLogin& login, PreferenceStore& prefere
     layout->addWidget(makeHeading(qtText(localized("General"))));
     layout->addWidget(new LoginSwitch(login, preferences));
     layout->addWidget(makeEditorField(preferences, actions));
-    auto* again = new QPushButton(qtText(localized("Show the First Steps Again")));
+    auto* again = makeButton(qtText(localized("Show the First Steps Again")));
     QObject::connect(again, &QPushButton::clicked, again, [&actions] { actions.showFirstSteps(); });
     layout->addWidget(again, 0, Qt::AlignLeft);
     layout->addStretch(1);

@@ -7,7 +7,8 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QPalette>
-#include <QStyle>
+#include <QProxyStyle>
+#include <QStyleOption>
 
 namespace varnel {
 
@@ -17,6 +18,7 @@ const QColor kAccent(0x14, 0x76, 0x88);
 
 constexpr int kStepGap = 10;
 constexpr int kCapGap = 3;
+constexpr int kButtonPadding = 6;
 
 struct Shades {
     QColor window, base, alternate, text, quiet, button, edge, highlight, link;
@@ -35,6 +37,39 @@ const Shades& shades(bool isDark) {
                              QColor(0x5f, 0xc4, 0xd6)};
     return isDark ? dark : light;
 }
+
+void paintCheckMark(QPainter& painter, const QPointF& start, double size) {
+    QPainterPath hook(start);
+    hook.lineTo(start + QPointF(0.375, 0.3625) * size);
+    hook.lineTo(start + QPointF(1.025, -0.4125) * size);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(Qt::white, size / 4, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.drawPath(hook);
+}
+
+/// The plain style's check boxes can hardly be seen on a dark window.
+class PlainStyle final : public QProxyStyle {
+public:
+    PlainStyle()
+        : QProxyStyle(QStringLiteral("fusion")) {}
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget) const override {
+        if (element != PE_IndicatorCheckBox || (option->state & State_NoChange))
+            return QProxyStyle::drawPrimitive(element, option, painter, widget);
+        const bool isOn = option->state & State_On;
+        const QPalette& palette = option->palette;
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setPen(QPen(palette.color(isOn ? QPalette::Highlight : QPalette::PlaceholderText), 1));
+        painter->setBrush(palette.color(isOn ? QPalette::Highlight : QPalette::Base));
+        const QRectF box = QRectF(option->rect).adjusted(0.5, 0.5, -0.5, -0.5);
+        painter->drawRoundedRect(box, 3, 3);
+        if (isOn)
+            paintCheckMark(*painter, box.topLeft() + QPointF(0.22, 0.52) * box.width(), box.width() * 0.55);
+        painter->restore();
+    }
+};
 
 QLabel* makeLabel(const QString& text, QWidget* parent) {
     auto* label = new QLabel(text, parent);
@@ -56,6 +91,8 @@ QLabel* enlarged(QLabel* label, double factor) {
 } // namespace
 
 void applyTheme(bool isDark) {
+    if (isPlainStyle() && !dynamic_cast<const PlainStyle*>(QApplication::style()))
+        QApplication::setStyle(new PlainStyle);
     const Shades& colors = shades(isDark);
     QPalette palette(colors.button, colors.window);
     palette.setColor(QPalette::Window, colors.window);
@@ -77,6 +114,11 @@ void applyTheme(bool isDark) {
     QApplication::setPalette(palette);
 }
 
+bool isPlainStyle() {
+    const QStyle* style = QApplication::style();
+    return style->objectName() == QLatin1String("fusion") || dynamic_cast<const PlainStyle*>(style);
+}
+
 QLabel* makeHeading(const QString& text, QWidget* parent) {
     return enlarged(makeLabel(text, parent), 1.7);
 }
@@ -95,8 +137,14 @@ QLabel* makeNote(const QString& text, QWidget* parent) {
     return label;
 }
 
-QPushButton* makeMainButton(const QString& text, QWidget* parent) {
+QPushButton* makeButton(const QString& text, QWidget* parent) {
     auto* button = new QPushButton(text, parent);
+    button->setMinimumWidth(button->sizeHint().width() + 2 * kButtonPadding);
+    return button;
+}
+
+QPushButton* makeMainButton(const QString& text, QWidget* parent) {
+    QPushButton* button = makeButton(text, parent);
     button->setDefault(true);
     button->setAutoDefault(true);
     return button;
@@ -205,12 +253,7 @@ void DoneMark::paintEvent(QPaintEvent*) {
     painter.drawEllipse(circle);
     if (!isDone_)
         return;
-    QPainterPath hook(QPointF(7, 11.3));
-    hook.lineTo(10, 14.2);
-    hook.lineTo(15.2, 8);
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(Qt::white, 2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    painter.drawPath(hook);
+    paintCheckMark(painter, {7, 11.3}, 8);
 }
 
 void bringForward(QWidget& window) {

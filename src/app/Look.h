@@ -15,8 +15,11 @@ namespace varnel {
 
 // What our windows have in common. Colours come from the palette, sizes from the font.
 
-/// Our palette, where the desktop brings no style of its own. Existing windows follow.
+/// Our palette and check boxes, where the desktop brings no style of its own. Existing windows follow.
 void applyTheme(bool isDark);
+
+/// Whether the desktop brings no style of its own.
+bool isPlainStyle();
 
 QLabel* makeHeading(const QString& text, QWidget* parent = nullptr);
 /// Smaller than a heading: a sentence that matters.
@@ -25,6 +28,7 @@ QLabel* makeTitle(const QString& text, QWidget* parent = nullptr);
 QLabel* makeParagraph(const QString& text, QWidget* parent = nullptr);
 /// The same in a quieter colour.
 QLabel* makeNote(const QString& text, QWidget* parent = nullptr);
+QPushButton* makeButton(const QString& text, QWidget* parent = nullptr);
 /// `Return` presses it.
 QPushButton* makeMainButton(const QString& text, QWidget* parent = nullptr);
 

@@ -27,8 +27,10 @@ PagedWindow::PagedWindow(const QString& title, std::vector<SettingsPage> pages)
     search_->setClearButtonEnabled(true);
     list_->setFrameShape(QFrame::NoFrame);
     list_->setSpacing(1);
-    for (const SettingsPage& page : pages_)
+    for (const SettingsPage& page : pages_) {
         list_->addItem(page.title);
+        list_->item(list_->count() - 1)->setSizeHint(QSize(0, fontMetrics().height() + 12));
+    }
 
     auto* side = new QVBoxLayout;
     side->addWidget(search_);

@@ -17,7 +17,6 @@
 #include <QApplication>
 #include <QMessageBox>
 #include <QStandardPaths>
-#include <QStyle>
 
 namespace varnel {
 
@@ -98,8 +97,13 @@ void Shell::startQuietly() {
                                                                        return state();
                                                                    },
                                                                .refresh = [this] { health_.refresh(); }});
-    if (system_.watchForPanel)
-        system_.watchForPanel([this] { tray_->reappear(); });
+    if (system_.whenPanelIsReady)
+        system_.whenPanelIsReady([this, alive = std::weak_ptr(alive_)] {
+            if (!alive.expired())
+                tray_->appear();
+        });
+    else
+        tray_->appear();
     QApplication::setWindowIcon(stateIcon(HealthState::listening));
     subscriptions_.push_back(loop_.after(kQuietMoment, [this] {
         watchSession();
@@ -263,7 +267,7 @@ void Shell::followTheme() {
                                            ? system_.surroundings->prefersDark()
                                            : std::optional(theme == OverlayTheme::dark);
     // A desktop with a style of its own has its own idea of dark windows too.
-    const bool isPlain = QApplication::style()->objectName() == QLatin1String("fusion");
+    const bool isPlain = isPlainStyle();
     if ((!isPlain && !wanted) || theme_ == wanted.value_or(false))
         return;
     theme_ = wanted.value_or(false);

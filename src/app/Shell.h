@@ -80,6 +80,7 @@ private:
     std::optional<bool> theme_; ///< whether the dark one is on
     Subscription grabWatch_;
     std::vector<Subscription> subscriptions_;
+    std::shared_ptr<int> alive_ = std::make_shared<int>();
 };
 
 } // namespace varnel

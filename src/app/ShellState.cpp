@@ -15,7 +15,7 @@ using Action = MenuEntry::Action;
 
 void addPause(std::vector<MenuEntry>& entries, const ShellState& state) {
     if (state.isSuspended && !state.isLocked)
-        entries.push_back({Action::resume, state.pauseLeft ? localized("Resume Now (%1 Left)",
+        entries.push_back({Action::resume, state.pauseLeft ? localized("Resume Now (%1 left)",
                                                                        {remainingTime(*state.pauseLeft)})
                                                            : localized("Resume")});
     entries.push_back({Action::pauseShort, localized("Pause for 5 Minutes")});

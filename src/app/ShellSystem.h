@@ -16,8 +16,8 @@ struct ShellSystem {
     std::unique_ptr<LaunchAtLogin> login;
     std::unique_ptr<SessionWatching> session; ///< none: the system tells nothing of sessions
     std::unique_ptr<OverlaySurroundings> surroundings;
-    /// Calls its argument whenever the desktop offers another place for icons; may be empty.
-    std::function<void(std::function<void()>)> watchForPanel;
+    /// Calls its argument once, when the icon can be made; empty: at any time.
+    std::function<void(std::function<void()>)> whenPanelIsReady;
     std::function<void()> askForPermission; ///< empty: this system asks for none
     std::string opener;                     ///< the program that opens files: "xdg-open"
 };

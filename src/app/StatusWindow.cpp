@@ -25,7 +25,7 @@ StatusWindow::StatusWindow(ShellActions& actions)
     , command_(makeNote({}, this))
     , problemCard_(new Card(this))
     , resume_(makeMainButton(qtText(localized("Resume")), this))
-    , pause_(new QPushButton(qtText(localized("Pause")), this)) {
+    , pause_(makeButton(qtText(localized("Pause")), this)) {
     setWindowTitle(QStringLiteral("Varnel!"));
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 24, 24, 20);
@@ -54,7 +54,7 @@ void StatusWindow::buildButtons(QVBoxLayout& layout) {
     auto* row = new QHBoxLayout;
     row->setSpacing(8);
     const auto add = [&](const std::string& text, void (ShellActions::*action)()) {
-        auto* button = new QPushButton(qtText(text), this);
+        auto* button = makeButton(qtText(text), this);
         connect(button, &QPushButton::clicked, this, [this, action] { (actions_.*action)(); });
         row->addWidget(button);
     };
@@ -62,7 +62,7 @@ void StatusWindow::buildButtons(QVBoxLayout& layout) {
     row->addWidget(pause_);
     add(localized("Reload"), &ShellActions::reload);
     add(localized("Open Configuration"), &ShellActions::openConfiguration);
-    auto* settings = new QPushButton(qtText(localized("Settings…")), this);
+    auto* settings = makeButton(qtText(localized("Settings…")), this);
     connect(settings, &QPushButton::clicked, this, [this] { actions_.showSettings({}); });
     row->addWidget(settings);
     row->addStretch(1);

@@ -32,7 +32,6 @@ TrayIcon::TrayIcon(ShellActions& actions, Source source)
     connect(&menu_, &QMenu::aboutToHide, &clock_, &QTimer::stop);
     connect(&clock_, &QTimer::timeout, this, [this] { setState(source_.state()); });
     setState(source_.state());
-    appear();
 }
 
 void TrayIcon::appear() {
@@ -45,10 +44,6 @@ void TrayIcon::appear() {
     icon_->setIcon(stateIcon(shown_.health.state));
     icon_->setToolTip(qtText(toolTip(shown_)));
     icon_->show();
-}
-
-void TrayIcon::reappear() {
-    appear();
 }
 
 void TrayIcon::setState(const ShellState& state) {

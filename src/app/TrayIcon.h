@@ -14,8 +14,7 @@ namespace varnel {
 
 class ShellActions;
 
-/// The application's icon in the panel, and its menu. Where the desktop has no place for icons, it appears as
-/// soon as there is one.
+/// The application's icon in the panel, and its menu.
 class TrayIcon : public QObject {
 public:
     struct Source {
@@ -25,12 +24,11 @@ public:
     TrayIcon(ShellActions& actions, Source source);
 
     void setState(const ShellState& state);
-    /// The desktop has another place for icons than before.
-    void reappear();
+    /// Once. Where the desktop has no place for icons, it appears as soon as there is one.
+    void appear();
     [[nodiscard]] bool isMenuOpen() const { return menu_.isVisible(); }
 
 private:
-    void appear();
     void fillMenu();
     void updateTexts();
     void run(MenuEntry::Action action);

@@ -30,7 +30,7 @@ ShellSystem makeShellSystem(EventLoop& loop, Application& application) {
         options.paths.home, appendPath(options.programFolder, "varnel-app")));
     system.session = std::make_unique<BusSessionWatch>(loop);
     system.surroundings = makeOverlaySurroundings(loop);
-    system.watchForPanel = watchForPanel;
+    system.whenPanelIsReady = whenPanelIsReady;
     system.opener = "xdg-open";
     return system;
 }
