@@ -21,6 +21,7 @@ namespace varnel {
 namespace {
 
 using TrustErrorKind = PluginTrustError::Kind;
+using Package = std::shared_ptr<const PluginDescriptor>;
 
 bool isBuiltInID(std::string_view id) {
     constexpr std::array<std::string_view, 6> kIDs = {core::application, core::shell,     core::window,
@@ -29,11 +30,11 @@ bool isBuiltInID(std::string_view id) {
 }
 
 std::unexpected<PluginTrustError> refusal(TrustErrorKind kind, std::string message) {
-    return std::unexpected(PluginTrustError{kind, localized(message)});
+    return std::unexpected(PluginTrustError{kind, std::move(message)});
 }
 
 std::unexpected<PluginTrustError> unknownPackage(const std::string& pluginURL) {
-    return refusal(TrustErrorKind::unknownPackage, "No capability was found at " + pluginURL);
+    return refusal(TrustErrorKind::unknownPackage, localized("No capability was found at %1", {pluginURL}));
 }
 
 /// Why an identifier has no active plugin.
@@ -41,7 +42,7 @@ std::string inactiveReason(const PluginRegistry& registry, const std::string& id
     for (const auto& descriptor : registry.descriptors)
         if (descriptor->manifest.id == id)
             return inactiveReason(*descriptor);
-    return localized("No capability has the ID '" + id + "'.");
+    return localized("No capability has the ID '%1'.", {id});
 }
 
 /// The text with every byte that is not part of valid UTF-8 replaced.
@@ -157,11 +158,49 @@ struct PluginManager::State : std::enable_shared_from_this<PluginManager::State>
         if (!descriptor)
             return std::unexpected(descriptor.error());
         if (!(*descriptor)->manifest.findAction(request.actionID))
-            return std::unexpected(localized("The capability '" + request.pluginID + "' has no action '" +
-                                             request.actionID + "'."));
+            return std::unexpected(
+                localized("The capability '%1' has no action '%2'.", {request.pluginID, request.actionID}));
         request.context.timestamp = pluginTimestamp(options.wallClock());
         return launch(**descriptor, commandWord, encodeRequest(request));
     }
+
+    /// Scans on `worker`, publishes unless a later scan overtook this one, then calls `then`. Main thread,
+    /// and only while there is a manager.
+    void scan(SerialExecutor& worker, std::function<void()> then) {
+        worker.submit([state = shared_from_this(), number = ++latestScan, then = std::move(then)] {
+            auto found = std::make_shared<PluginRegistry>(scanPlugins(state->folders(), state->trust));
+            state->postWhileAlive([number, found, then](State& alive) {
+                if (alive.latestScan == number)
+                    alive.publish(std::move(*found));
+                if (then)
+                    then();
+            });
+        });
+    }
+
+    /// Runs `task` on the main loop unless the manager is gone by then. Any thread.
+    void postWhileAlive(std::function<void(State&)> task) {
+        std::lock_guard lock(mutex);
+        if (loop)
+            loop->post([weak = weak_from_this(), task = std::move(task)] {
+                if (const auto alive = weak.lock(); alive && alive->hasManager())
+                    task(*alive);
+            });
+    }
+
+    [[nodiscard]] bool hasManager() const {
+        std::lock_guard lock(mutex);
+        return loop != nullptr;
+    }
+
+    // What trusting and the like consist of. Main thread, but for reading files.
+
+    std::expected<Package, PluginTrustError> findTrustable(const std::string& pluginURL,
+                                                           BuiltInIDs builtInIDs) const;
+    std::expected<void, PluginTrustError> storeTrust(const PluginDescriptor& package,
+                                                     const PluginFileDigests& files);
+    std::expected<void, PluginTrustError> removeTrust(const std::string& pluginURL);
+    std::expected<void, PluginTrustError> storeEnabled(const std::string& pluginURL, bool enabled);
 
     const PluginManagerOptions options;
     PluginTrustStore trust;
@@ -224,16 +263,7 @@ void PluginManager::reload() {
 
 void PluginManager::reloadInBackground(SerialExecutor& worker) {
     assert(state_->loop);
-    worker.submit([state = state_, scan = ++state_->latestScan] {
-        auto found = std::make_shared<PluginRegistry>(scanPlugins(state->folders(), state->trust));
-        std::lock_guard lock(state->mutex);
-        if (state->loop)
-            state->loop->post([weak = std::weak_ptr(state), scan, found] {
-                auto alive = weak.lock();
-                if (alive && alive->latestScan == scan)
-                    alive->publish(std::move(*found));
-            });
-    });
+    state_->scan(worker, {});
 }
 
 std::shared_ptr<const PluginRegistry> PluginManager::registry() const {
@@ -250,76 +280,134 @@ Subscription PluginManager::observe(std::function<void(const PluginRegistry&)> o
 }
 
 namespace {
-std::shared_ptr<const PluginDescriptor> findPackage(const PluginRegistry& registry,
-                                                    const std::string& pluginURL) {
+
+Package findPackage(const PluginRegistry& registry, const std::string& pluginURL) {
     for (const auto& descriptor : registry.descriptors)
         if (descriptor->pluginURL == pluginURL)
             return descriptor;
     return nullptr;
 }
+
+/// What every file of the package holds, provided that the package is still the one described. Any thread.
+std::expected<PluginFileDigests, PluginTrustError> readTrustable(const PluginDescriptor& package) {
+    auto listing = listPluginPackage(package.pluginURL);
+    auto files = listing ? digestPluginFiles(package.pluginURL, *listing) : std::unexpected(listing.error());
+    if (!files)
+        return refusal(TrustErrorKind::invalid, describe(files.error()));
+    if (hashPluginPackage(package.pluginURL) != package.bundleHash)
+        return refusal(TrustErrorKind::invalid,
+                       localized("The capability has just changed; look at it again."));
+    return *std::move(files);
+}
+
 } // namespace
+
+std::expected<Package, PluginTrustError> PluginManager::State::findTrustable(const std::string& pluginURL,
+                                                                             BuiltInIDs builtInIDs) const {
+    const Package package = findPackage(*current(), pluginURL);
+    if (!package)
+        return unknownPackage(pluginURL);
+    const std::string& id = package->manifest.id;
+    if (package->sourceKind == PluginSourceKind::bundled)
+        return refusal(TrustErrorKind::bundled, localized("Bundled capabilities are always trusted."));
+    if (package->status.kind == PluginStatus::Kind::invalid)
+        return refusal(TrustErrorKind::invalid, localized("An invalid capability cannot be trusted: %1",
+                                                          {package->status.message.value_or("")}));
+    if (!package->bundleHash)
+        return refusal(TrustErrorKind::singleFile, package->status.message.value_or(""));
+    if (isBuiltInID(id) && builtInIDs == BuiltInIDs::refuse)
+        return refusal(TrustErrorKind::takesBuiltInID,
+                       localized("The capability would take the built-in ID '%1'.", {id}));
+    return package;
+}
+
+std::expected<void, PluginTrustError> PluginManager::State::storeTrust(const PluginDescriptor& package,
+                                                                       const PluginFileDigests& files) {
+    const std::string& id = package.manifest.id;
+    auto earlier = trust.find(pluginKey(id, package.pluginURL));
+    auto stored = trust.add({id, package.pluginURL, package.manifest.version, package.bundleHash}, files);
+    if (!stored)
+        return refusal(TrustErrorKind::notStored, stored.error());
+    if (earlier && earlier->bundleHash && earlier->bundleHash != package.bundleHash)
+        launcher.forget(*earlier->bundleHash);
+    return {};
+}
+
+std::expected<void, PluginTrustError> PluginManager::State::removeTrust(const std::string& pluginURL) {
+    const Package package = findPackage(*current(), pluginURL);
+    if (!package)
+        return unknownPackage(pluginURL);
+    if (package->sourceKind == PluginSourceKind::bundled)
+        return refusal(TrustErrorKind::bundled,
+                       localized("Bundled capabilities are always trusted; disable it instead."));
+    const std::string key = pluginKey(package->manifest.id, pluginURL);
+    auto earlier = trust.find(key);
+    if (auto stored = trust.remove(key); !stored)
+        return refusal(TrustErrorKind::notStored, stored.error());
+    if (earlier && earlier->bundleHash)
+        launcher.forget(*earlier->bundleHash);
+    return {};
+}
+
+std::expected<void, PluginTrustError> PluginManager::State::storeEnabled(const std::string& pluginURL,
+                                                                         bool enabled) {
+    const Package package = findPackage(*current(), pluginURL);
+    if (!package)
+        return unknownPackage(pluginURL);
+    if (auto stored = trust.setDisabled(pluginKey(package->manifest.id, pluginURL), !enabled); !stored)
+        return refusal(TrustErrorKind::notStored, stored.error());
+    return {};
+}
 
 std::expected<void, PluginTrustError> PluginManager::trust(const std::string& pluginURL,
                                                            BuiltInIDs builtInIDs) {
-    auto descriptor = findPackage(*registry(), pluginURL);
-    if (!descriptor)
-        return unknownPackage(pluginURL);
-    const std::string& id = descriptor->manifest.id;
-    if (descriptor->sourceKind == PluginSourceKind::bundled)
-        return refusal(TrustErrorKind::bundled, "Bundled capabilities are always trusted.");
-    if (descriptor->status.kind == PluginStatus::Kind::invalid)
-        return refusal(TrustErrorKind::invalid,
-                       "An invalid capability cannot be trusted: " + descriptor->status.message.value_or(""));
-    if (!descriptor->bundleHash)
-        return refusal(TrustErrorKind::singleFile, descriptor->status.message.value_or(""));
-    if (isBuiltInID(id) && builtInIDs == BuiltInIDs::refuse)
-        return refusal(TrustErrorKind::takesBuiltInID,
-                       "The capability would take the built-in ID '" + id + "'.");
-    auto listing = listPluginPackage(pluginURL);
-    auto files = listing ? digestPluginFiles(pluginURL, *listing) : std::unexpected(listing.error());
-    if (!files)
-        return refusal(TrustErrorKind::invalid, describe(files.error()));
-    if (hashPluginPackage(pluginURL) != descriptor->bundleHash) {
-        reload();
-        return refusal(TrustErrorKind::invalid, "The capability has just changed; look at it again.");
-    }
-    auto earlier = state_->trust.find(pluginKey(id, pluginURL));
+    const auto package = state_->findTrustable(pluginURL, builtInIDs);
+    if (!package)
+        return std::unexpected(package.error());
+    const auto files = readTrustable(**package);
     auto stored =
-        state_->trust.add({id, pluginURL, descriptor->manifest.version, descriptor->bundleHash}, *files);
-    if (!stored)
-        return refusal(TrustErrorKind::notStored, stored.error());
-    if (earlier && earlier->bundleHash && earlier->bundleHash != descriptor->bundleHash)
-        state_->launcher.forget(*earlier->bundleHash);
+        files ? state_->storeTrust(**package, *files) : std::unexpected<PluginTrustError>(files.error());
+    // Also after a failure: the package may no longer be what is shown.
     reload();
-    return {};
+    return stored;
 }
 
 std::expected<void, PluginTrustError> PluginManager::untrust(const std::string& pluginURL) {
-    auto descriptor = findPackage(*registry(), pluginURL);
-    if (!descriptor)
-        return unknownPackage(pluginURL);
-    if (descriptor->sourceKind == PluginSourceKind::bundled)
-        return refusal(TrustErrorKind::bundled,
-                       "Bundled capabilities are always trusted; disable it instead.");
-    const std::string key = pluginKey(descriptor->manifest.id, pluginURL);
-    auto earlier = state_->trust.find(key);
-    if (auto stored = state_->trust.remove(key); !stored)
-        return refusal(TrustErrorKind::notStored, stored.error());
-    if (earlier && earlier->bundleHash)
-        state_->launcher.forget(*earlier->bundleHash);
-    reload();
-    return {};
+    auto removed = state_->removeTrust(pluginURL);
+    if (removed)
+        reload();
+    return removed;
 }
 
 std::expected<void, PluginTrustError> PluginManager::setEnabled(const std::string& pluginURL, bool enabled) {
-    auto descriptor = findPackage(*registry(), pluginURL);
-    if (!descriptor)
-        return unknownPackage(pluginURL);
-    if (auto stored = state_->trust.setDisabled(pluginKey(descriptor->manifest.id, pluginURL), !enabled);
-        !stored)
-        return refusal(TrustErrorKind::notStored, stored.error());
-    reload();
-    return {};
+    auto stored = state_->storeEnabled(pluginURL, enabled);
+    if (stored)
+        reload();
+    return stored;
+}
+
+void PluginManager::trustInBackground(SerialExecutor& worker, const std::string& pluginURL,
+                                      BuiltInIDs builtInIDs, Done done) {
+    const auto package = state_->findTrustable(pluginURL, builtInIDs);
+    if (!package)
+        return state_->postWhileAlive(
+            [error = package.error(), done](State&) { done(std::unexpected(error)); });
+    worker.submit([state = state_, package = *package, &worker, done = std::move(done)] {
+        state->postWhileAlive([files = readTrustable(*package), package, &worker, done](State& alive) {
+            auto stored =
+                files ? alive.storeTrust(*package, *files) : std::unexpected<PluginTrustError>(files.error());
+            alive.scan(worker, [stored, done] { done(stored); });
+        });
+    });
+}
+
+void PluginManager::untrustInBackground(SerialExecutor& worker, const std::string& pluginURL, Done done) {
+    state_->scan(worker, [removed = state_->removeTrust(pluginURL), done] { done(removed); });
+}
+
+void PluginManager::setEnabledInBackground(SerialExecutor& worker, const std::string& pluginURL, bool enabled,
+                                           Done done) {
+    state_->scan(worker, [stored = state_->storeEnabled(pluginURL, enabled), done] { done(stored); });
 }
 
 std::unique_ptr<Command> PluginManager::makePluginCommand(const std::string& displayName,

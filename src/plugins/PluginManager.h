@@ -88,6 +88,16 @@ public:
     std::expected<void, PluginTrustError> untrust(const std::string& pluginURL);
     std::expected<void, PluginTrustError> setEnabled(const std::string& pluginURL, bool enabled);
 
+    /// The same without waiting for the disk: packages are read on `worker`, which must outlive the manager.
+    /// `done` is called on the main loop after the new registry was published, and not at all once the
+    /// manager is gone.
+    using Done = std::function<void(const std::expected<void, PluginTrustError>&)>;
+    void trustInBackground(SerialExecutor& worker, const std::string& pluginURL, BuiltInIDs builtInIDs,
+                           Done done);
+    void untrustInBackground(SerialExecutor& worker, const std::string& pluginURL, Done done);
+    void setEnabledInBackground(SerialExecutor& worker, const std::string& pluginURL, bool enabled,
+                                Done done);
+
     std::unique_ptr<Command> makePluginCommand(const std::string& displayName, const ConfigAction& action,
                                                const std::string& configurationPath,
                                                const PluginSettings& pluginSettings) override;

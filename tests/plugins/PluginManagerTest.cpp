@@ -340,5 +340,42 @@ TEST_F(PluginManagerTest, ScansInTheBackgroundAndDropsOvertakenScans) {
     EXPECT_EQ(published, 2) << "nobody is left to publish";
 }
 
+TEST_F(PluginManagerTest, TrustsInTheBackgroundWhatWasSeen) {
+    StoredTasks worker;
+    std::string told;
+    const auto done = [&](const std::expected<void, PluginTrustError>& result) {
+        told += (result ? "done" : "refused") + std::string(", ") + statuses();
+    };
+    /// Lets worker and loop do all that is left.
+    const auto settle = [&] {
+        loop.runPending();
+        while (!worker.tasks.empty()) {
+            const auto task = std::move(worker.tasks.front());
+            worker.tasks.erase(worker.tasks.begin());
+            task();
+            loop.runPending();
+        }
+        return std::exchange(told, {});
+    };
+    const std::string package = makePackage(user, "p", "p");
+    manager->reload();
+    manager->trustInBackground(worker, package, BuiltInIDs::refuse, done);
+    EXPECT_EQ(statuses(), "p untrusted\n") << "nothing is read here";
+    EXPECT_EQ(settle(), "done, p active\n");
+    manager->setEnabledInBackground(worker, package, false, done);
+    EXPECT_EQ(settle(), "done, p disabled\n");
+    manager->untrustInBackground(worker, package, done);
+    EXPECT_EQ(settle(), "done, p untrusted\n");
+    manager->trustInBackground(worker, package, BuiltInIDs::refuse, done);
+    writeFile(package + "/run", "another", 0755);
+    EXPECT_EQ(settle(), "refused, p untrusted\n");
+    manager->trustInBackground(worker, "/nowhere", BuiltInIDs::refuse, done);
+    EXPECT_EQ(told, "");
+    EXPECT_EQ(settle(), "refused, p untrusted\n");
+    manager->trustInBackground(worker, package, BuiltInIDs::refuse, done);
+    manager.reset();
+    EXPECT_EQ(settle(), "");
+}
+
 } // namespace
 } // namespace varnel
