@@ -63,7 +63,7 @@ TEST(Menu, ShowsTheRemainingTimeAndTheLatestProblemWithItsPlace) {
     EXPECT_EQ(
         lines(state),
         "Paused for another 4 minutes.\nconfig.json:3:12: items: expected an array\n2 more problems…\n--\n"
-        "Resume Now (4 minutes Left)\nPause for 5 Minutes\nPause for 30 Minutes\nPause Until Resumed\n" +
+        "Resume Now (4 minutes left)\nPause for 5 Minutes\nPause for 30 Minutes\nPause Until Resumed\n" +
             std::string(kRest));
 }
 

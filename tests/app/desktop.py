@@ -40,6 +40,10 @@ class Desktop:
         eventually(lambda: "tint2" in self.run("xwininfo", "-root", "-tree"))
         return panel
 
+    def start_bus(self, variable):
+        bus = self.spawn("dbus-daemon", "--session", "--nofork", "--print-address", stdout=subprocess.PIPE, text=True)
+        self.environment[variable] = bus.stdout.readline().strip()
+
     def run(self, *words):
         return subprocess.run(words, env=self.environment, capture_output=True, text=True, timeout=20).stdout
 

@@ -11,6 +11,10 @@ from desktop import BINARIES, Desktop, document, eventually, item
 SANITIZED = any(name in os.environ for name in ("ASAN_OPTIONS", "TSAN_OPTIONS"))
 
 
+def script(name):
+    return os.path.join(os.path.dirname(__file__), name)
+
+
 class ShellTest(unittest.TestCase):
     panel = True
 
@@ -35,7 +39,7 @@ class ShellTest(unittest.TestCase):
 
     def start_with_icon(self, **more):
         app = self.start(**more)
-        self.assertTrue(eventually(self.desktop.icon), "no icon in the panel")
+        self.assertTrue(eventually(self.desktop.icon, 15), "no icon in the panel")
         time.sleep(0.3)
         return app
 
@@ -136,21 +140,26 @@ class NoPanelTest(ShellTest):
         subprocess.run([str(BINARIES / "varnel-app")], env=self.desktop.environment, timeout=10, check=True)
         self.assertTrue(eventually(lambda: self.desktop.active_window() == "Varnel!"))
         panel = self.desktop.start_panel()
-        self.assertTrue(eventually(self.desktop.icon), "the panel that came later")
+        self.assertTrue(eventually(self.desktop.icon, 15), "the panel that came later")
         panel.terminate()
         panel.wait(5)
         self.desktop.start_panel()
-        self.assertTrue(eventually(self.desktop.icon), "the panel that was started again")
+        self.assertTrue(eventually(self.desktop.icon, 15), "the panel that was started again")
+
+
+    def test_a_panel_on_the_bus_may_be_slower_than_we_are(self):
+        self.desktop.start_bus("DBUS_SESSION_BUS_ADDRESS")
+        self.start()
+        time.sleep(1)
+        host = self.desktop.spawn("/usr/bin/python3", script("icon_host.py"), stdout=subprocess.PIPE, text=True)
+        self.assertEqual(host.stdout.readline(), "icon\n")
 
 
 class SessionTest(ShellTest):
     def start_login_manager(self):
-        bus = self.desktop.spawn("dbus-daemon", "--session", "--nofork", "--print-address", stdout=subprocess.PIPE,
-                                 text=True)
-        self.desktop.environment["DBUS_SYSTEM_BUS_ADDRESS"] = bus.stdout.readline().strip()
-        script = os.path.join(os.path.dirname(__file__), "login_manager.py")
-        self.manager = self.desktop.spawn("/usr/bin/python3", script, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                          text=True)
+        self.desktop.start_bus("DBUS_SYSTEM_BUS_ADDRESS")
+        self.manager = self.desktop.spawn("/usr/bin/python3", script("login_manager.py"), stdin=subprocess.PIPE,
+                                          stdout=subprocess.PIPE, text=True)
         self.addCleanup(self.manager.stdin.close)
         self.assertEqual(self.manager.stdout.readline(), "ready\n")
 
