@@ -99,7 +99,8 @@ bool KeyboardMonitor::Core::completesPanicKeys(const KeyboardEvent& event) {
         !(event.flags & kControlFlag))
         return false;
     const auto held = eventTapSession->panicKeysHeldByHand();
-    return held && panicKeys.press(event.keyCode, *held);
+    const auto kind = event.isRepeat ? PanicKeys::Press::repeat : PanicKeys::Press::first;
+    return held && panicKeys.press(event.keyCode, kind, *held);
 }
 
 void KeyboardMonitor::Core::postedByUs(const KeyboardEvent& event) const {

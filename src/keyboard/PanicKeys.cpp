@@ -10,7 +10,10 @@ const std::shared_ptr<const std::vector<std::string>>& PanicKeys::chords() {
     return chords;
 }
 
-bool PanicKeys::press(KeyCode key, PanicKeySet heldByHand) {
+bool PanicKeys::press(KeyCode key, Press kind, PanicKeySet heldByHand) {
+    // What is pressed was up before.
+    if (kind == Press::first)
+        areHeld_ = false;
     heldByHand.leftControl |= key == kLeftControl;
     heldByHand.space |= key == kSpace;
     heldByHand.escape |= key == kEscape;

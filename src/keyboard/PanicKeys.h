@@ -33,9 +33,11 @@ public:
     /// the same object.
     static const std::shared_ptr<const std::vector<std::string>>& chords();
 
+    enum class Press { first, repeat };
     /// A hand has pressed `key`, or holds it so long that it repeats, while `heldByHand` (the key itself need
-    /// not be in it) were down. True once for each time that all three are down together.
-    bool press(KeyCode key, PanicKeySet heldByHand);
+    /// not be in it) were down. True once for each time that all three are down together; not every press of
+    /// one of them must be told.
+    bool press(KeyCode key, Press kind, PanicKeySet heldByHand);
 
 private:
     bool areHeld_ = false; ///< told already
