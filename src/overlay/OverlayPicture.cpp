@@ -19,10 +19,10 @@ QString qText(const std::string& text) {
     return QString::fromStdString(text);
 }
 
-QString trailingText(const SuggestionRow& row) {
+std::string trailingText(const SuggestionRow& row) {
     if (row.availability != HintAvailability::available)
-        return qText(availabilityText(row.availability));
-    return row.isGroup ? QString::number(row.entryCount) : QString();
+        return availabilityText(row.availability);
+    return row.isGroup ? std::to_string(row.entryCount) : std::string();
 }
 
 /// A cap with a lower edge that is a little thicker, as keys are seen from above.
@@ -104,8 +104,7 @@ QRect OverlayPicture::barArea() const {
 // Measuring
 
 int OverlayPicture::capWidth(const std::string& label) const {
-    return std::max(style_.capHeight,
-                    style_.capMetrics.horizontalAdvance(qText(label)) + 2 * style_.capPadding);
+    return std::max(style_.capHeight, style_.capWidths.of(label) + 2 * style_.capPadding);
 }
 
 int OverlayPicture::capsWidth(const KeyCaps& caps) const {
@@ -116,15 +115,15 @@ int OverlayPicture::capsWidth(const KeyCaps& caps) const {
 }
 
 RowExtent OverlayPicture::extentOf(const SuggestionRow& row) const {
-    int text = style_.textMetrics.horizontalAdvance(qText(row.name));
+    int text = style_.textWidths.of(row.name);
     if (hasIcons_)
         text += style_.iconSize + style_.gap;
     if (row.isRunning)
         text += style_.gap + style_.em / 3;
     if (!row.detail.empty())
-        text += style_.gap + style_.smallMetrics.horizontalAdvance(qText(row.detail));
-    if (const QString trailing = trailingText(row); !trailing.isEmpty())
-        text += style_.gap + style_.smallMetrics.horizontalAdvance(trailing) + style_.em * 3 / 4;
+        text += style_.gap + style_.smallWidths.of(row.detail);
+    if (const std::string trailing = trailingText(row); !trailing.empty())
+        text += style_.gap + style_.smallWidths.of(trailing) + style_.em * 3 / 4;
     return {capsWidth(row.caps), text + kSlack};
 }
 
@@ -244,11 +243,11 @@ void OverlayPicture::paintRow(QPainter& painter, const OverlayColors& colors, co
                              : row.isGroup ? colors.groupText
                                            : colors.text;
     const int dot = row.isRunning ? style_.gap + style_.em / 3 : 0;
-    const QString name = style_.textMetrics.elidedText(qText(row.name), Qt::ElideRight, rest.width() - dot);
+    const int space = rest.width() - dot;
     painter.setFont(style_.text);
     painter.setPen(qColor(ink));
-    painter.drawText(rest, Qt::AlignVCenter | Qt::AlignLeft, name);
-    int x = rest.x() + style_.textMetrics.horizontalAdvance(name);
+    painter.drawText(rest, Qt::AlignVCenter | Qt::AlignLeft, style_.textWidths.fitted(row.name, space));
+    int x = rest.x() + std::min(style_.textWidths.of(row.name), space);
     if (row.isRunning) {
         const double size = style_.em / 3.0;
         painter.setPen(Qt::NoPen);
@@ -263,15 +262,15 @@ void OverlayPicture::paintRow(QPainter& painter, const OverlayColors& colors, co
                               : row.isRuledOut ? colors.faint
                                                : colors.secondary));
         painter.drawText(rest, Qt::AlignVCenter | Qt::AlignLeft,
-                         style_.smallMetrics.elidedText(qText(row.detail), Qt::ElideRight, rest.width()));
+                         style_.smallWidths.fitted(row.detail, rest.width()));
     }
 }
 
 /// A group's number of entries or what is in the way, at the right edge. Returns the width that it takes.
 int OverlayPicture::paintTrailing(QPainter& painter, const OverlayColors& colors, const SuggestionRow& row,
                                   const QRect& area) const {
-    const QString text = trailingText(row);
-    if (text.isEmpty())
+    const std::string text = trailingText(row);
+    if (text.empty())
         return 0;
     const bool isWarning = row.availability != HintAvailability::available;
     const QColor ink = qColor(row.isChosen ? colors.chosenText
@@ -289,8 +288,8 @@ int OverlayPicture::paintTrailing(QPainter& painter, const OverlayColors& colors
             QPolygonF{{tip.x() - size, tip.y() - size}, tip, {tip.x() - size, tip.y() + size}});
         place.setRight(area.right() - style_.em * 5 / 8);
     }
-    painter.drawText(place, Qt::AlignVCenter | Qt::AlignRight, text);
-    return style_.smallMetrics.horizontalAdvance(text) + style_.gap + (isWarning ? 0 : style_.em * 5 / 8);
+    painter.drawText(place, Qt::AlignVCenter | Qt::AlignRight, qText(text));
+    return style_.smallWidths.of(text) + style_.gap + (isWarning ? 0 : style_.em * 5 / 8);
 }
 
 /// The application's icon, or the outline of a window.

@@ -5,6 +5,9 @@
 namespace varnel {
 namespace {
 
+/// More than anybody's configuration shows; choices could bring new texts for ever.
+constexpr std::size_t kMostWidths = 4000;
+
 QFont sized(double points, QFont::Weight weight) {
     QFont font = QApplication::font();
     font.setPointSizeF(points);
@@ -13,6 +16,20 @@ QFont sized(double points, QFont::Weight weight) {
 }
 
 } // namespace
+
+int TextWidths::of(const std::string& text) const {
+    if (widths_.size() >= kMostWidths)
+        widths_.clear();
+    const auto [entry, isNew] = widths_.try_emplace(text, 0);
+    if (isNew)
+        entry->second = metrics_.horizontalAdvance(QString::fromStdString(text));
+    return entry->second;
+}
+
+QString TextWidths::fitted(const std::string& text, int space) const {
+    const QString whole = QString::fromStdString(text);
+    return of(text) <= space ? whole : metrics_.elidedText(whole, Qt::ElideRight, space);
+}
 
 OverlayStyle::OverlayStyle(int textSize)
     : text(sized(textSize, QFont::Normal))
@@ -23,6 +40,9 @@ OverlayStyle::OverlayStyle(int textSize)
     , titleMetrics(title)
     , smallMetrics(small)
     , capMetrics(cap)
+    , textWidths(text)
+    , smallWidths(small)
+    , capWidths(cap)
     , em(textMetrics.height())
     , padding(em)
     , radius(em * 3 / 4)

@@ -172,11 +172,11 @@ class OverlayLiveTest(unittest.TestCase):
     @unittest.skipIf(IS_SANITIZED, "too slow with sanitizers")
     def test_appears_within_a_frame(self):
         """Under 16 ms in 99 of 100 cases; a busy machine gets three attempts."""
-        command = [sys.executable, str(SOURCES / "bench/overlay/latency.py"), str(BINARIES / "overlay_latency"), "60",
+        command = [sys.executable, str(SOURCES / "bench/overlay/latency.py"), str(BINARIES / "overlay_latency"), "110",
                    "8"]
         environment = {**os.environ, "VARNEL_BENCH_UNDISTURBED": "1" if os.geteuid() == 0 else "0"}
         for _ in range(3):
-            result = subprocess.run(command, env=environment, stdout=subprocess.PIPE, text=True, timeout=80, check=False)
+            result = subprocess.run(command, env=environment, stdout=subprocess.PIPE, text=True, timeout=120, check=False)
             if result.returncode == 0:
                 return
         self.fail(result.stdout)
