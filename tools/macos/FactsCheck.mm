@@ -88,6 +88,7 @@ IS(CFStringGetCString, Boolean (*)(CFStringRef, char*, CFIndex, CFStringEncoding
 IS(CFNumberGetValue, Boolean (*)(CFNumberRef, CFNumberType, void*));
 IS(CFDictionaryCreate, CFDictionaryRef (*)(CFAllocatorRef, const void**, const void**, CFIndex,
                                            const CFDictionaryKeyCallBacks*, const CFDictionaryValueCallBacks*));
+IS(CFLocaleCopyPreferredLanguages, CFArrayRef (*)());
 IS(CFBundleGetMainBundle, CFBundleRef (*)());
 IS(CFBundleGetIdentifier, CFStringRef (*)(CFBundleRef));
 IS(CFPreferencesAppSynchronize, Boolean (*)(CFStringRef));

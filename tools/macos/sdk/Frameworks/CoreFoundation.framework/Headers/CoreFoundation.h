@@ -192,6 +192,7 @@ CFRunLoopSourceRef CFFileDescriptorCreateRunLoopSource(CFAllocatorRef a, CFFileD
 CFRunLoopSourceRef CFMachPortCreateRunLoopSource(CFAllocatorRef a, CFMachPortRef port, CFIndex order);
 void CFMachPortInvalidate(CFMachPortRef port);
 
+CFArrayRef CFLocaleCopyPreferredLanguages(void);
 CFBundleRef CFBundleGetMainBundle(void);
 CFStringRef CFBundleGetIdentifier(CFBundleRef bundle);
 
