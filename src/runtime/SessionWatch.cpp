@@ -27,17 +27,25 @@ void SessionGuard::handle(SessionEvent event) {
         look_ = surroundings_.loop.after(kFirstLook, [this] { lookAgain(); });
         return;
     case SessionEvent::locked:
-        lock_ = Lock::known;
-        look_.reset();
-        return surroundings_.suspend(std::string(kLockedReason), true);
+        return lock(Lock::known);
     case SessionEvent::unlocked:
         return unlock();
+    case SessionEvent::screenSaverOn:
+        return lock(lock_ == Lock::known ? Lock::known : Lock::screenSaver);
+    case SessionEvent::screenSaverOff:
+        return lock_ == Lock::screenSaver ? unlock() : void();
     case SessionEvent::fallingAsleep:
         return surroundings_.suspend(std::string(kAsleepReason), true);
     case SessionEvent::awake:
         surroundings_.suspend(std::string(kAsleepReason), false);
         return surroundings_.cameBack();
     }
+}
+
+void SessionGuard::lock(Lock lock) {
+    lock_ = lock;
+    look_.reset();
+    surroundings_.suspend(std::string(kLockedReason), true);
 }
 
 void SessionGuard::unlock() {

@@ -14,7 +14,9 @@ enum class SessionEvent {
     lockRequested, ///< a locker was asked to lock; whether one does is not known
     locked,        ///< known to be locked
     unlocked,
-    fallingAsleep, ///< the computer sleeps as soon as everybody has got ready
+    screenSaverOn,
+    screenSaverOff, ///< the session may still be locked
+    fallingAsleep,  ///< the computer sleeps as soon as everybody has got ready
     awake,
 };
 
@@ -45,7 +47,8 @@ public:
     [[nodiscard]] bool isLocked() const { return lock_ != Lock::none; }
 
 private:
-    enum class Lock { none, requested, known };
+    enum class Lock { none, requested, screenSaver, known };
+    void lock(Lock lock);
     void unlock();
     /// Some lockers never say that they are done, and some requests find no locker at all: then the keyboard
     /// itself tells.

@@ -213,6 +213,19 @@ TEST_F(SessionGuardTest, ComesBackWhenNothingLocksAtAll) {
     EXPECT_FALSE(isLocked());
 }
 
+TEST_F(SessionGuardTest, TellsTheScreenSaverFromTheLock) {
+    guard.handle(SessionEvent::screenSaverOn);
+    EXPECT_TRUE(isLocked());
+    guard.handle(SessionEvent::screenSaverOff);
+    EXPECT_FALSE(isLocked());
+    guard.handle(SessionEvent::locked);
+    guard.handle(SessionEvent::screenSaverOn);
+    guard.handle(SessionEvent::screenSaverOff); // the mouse was moved; the locker still asks for the password
+    EXPECT_TRUE(isLocked());
+    guard.handle(SessionEvent::unlocked);
+    EXPECT_FALSE(isLocked());
+}
+
 TEST_F(SessionGuardTest, SleepsAndWakesWhileLocked) {
     guard.handle(SessionEvent::locked);
     guard.handle(SessionEvent::fallingAsleep);

@@ -126,7 +126,7 @@ void BusSessionWatch::sessionChanged(const QString& interface, const QVariantMap
 }
 
 void BusSessionWatch::screenSaverChanged(bool isActive) {
-    tell(isActive ? SessionEvent::locked : SessionEvent::unlocked);
+    tell(isActive ? SessionEvent::screenSaverOn : SessionEvent::screenSaverOff);
 }
 
 void BusSessionWatch::tell(SessionEvent event) {
