@@ -2,6 +2,7 @@
 
 #include <expected>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -9,10 +10,11 @@ namespace varnel {
 
 /// A program to start on its own.
 struct ProgramStart {
-    std::string program;                  ///< the path of its file
-    std::vector<std::string> arguments;   ///< from the program's name on
-    std::vector<std::string> environment; ///< "NAME=value"
-    std::string folder;                   ///< the working folder; empty: ours
+    std::string program;                ///< the path of its file
+    std::vector<std::string> arguments; ///< from the program's name on
+    /// "NAME=value"; shared, because it is long and the same for every start. Null is none.
+    std::shared_ptr<const std::vector<std::string>> environment;
+    std::string folder; ///< the working folder; empty: ours
     friend bool operator==(const ProgramStart&, const ProgramStart&) = default;
 };
 

@@ -1,5 +1,7 @@
 #include "commands/WindowManagerOperations.h"
 
+#include "base/Localized.h"
+
 #include <algorithm>
 
 namespace varnel {
@@ -155,12 +157,11 @@ windowManagerCommandLine(const WindowManagerOperation& operation, std::string_vi
     case Needs::workspace:
     case Needs::monitorPattern:
         if (words(value).empty())
-            return std::unexpected("The operation '" + std::string(operation.id) + "' needs the parameter '" +
-                                   std::string(parameterName(operation.needs)) + "'.");
+            return std::unexpected(localized("The operation '%1' needs the parameter '%2'.",
+                                             {operation.id, parameterName(operation.needs)}));
         // A value that begins with a dash would be read as an option of the tool.
         if (value.starts_with('-'))
-            return std::unexpected("The parameter '" + std::string(parameterName(operation.needs)) +
-                                   "' may not begin with '-'.");
+            return std::unexpected(localized("The parameter '%1' may not begin with '-'.", {parameterName(operation.needs)}));
         line.back() = value;
         break;
     case Needs::arguments:

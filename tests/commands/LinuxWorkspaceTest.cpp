@@ -51,7 +51,7 @@ struct Desktop {
                     return std::unexpected(*startFailure);
                 starts.push_back(
                     shortened(start.program + ": " + join(start.arguments, " ") + " in " + start.folder));
-                EXPECT_EQ(start.environment.size(), 4U); // without the notice of our own start
+                EXPECT_EQ(start.environment->size(), 4U); // without the notice of our own start
                 return {};
             }});
     }

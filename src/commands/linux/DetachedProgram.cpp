@@ -1,11 +1,13 @@
 #include "commands/linux/DetachedProgram.h"
 
-#include "base/UniqueFd.h"
+#include "commands/linux/LaunchMessages.h"
 
 #include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
-#include <sys/syscall.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,84 +16,39 @@
 #include <csignal>
 #include <cstdint>
 #include <cstring>
+#include <optional>
+
+extern char** environ;
 
 namespace varnel {
 
 namespace {
 
-// The two processes below share our memory until the program is loaded, while the calling thread stands
-// still. So they make plain system calls only: nothing that takes locks, and nothing that a sanitizer
-// watches.
-#define VARNEL_PLAIN __attribute__((no_sanitize("address", "undefined", "thread")))
-
 constexpr std::size_t kStackSize = 16384;
-constexpr int kLastSignal = 64;
 constexpr const char* kShell = "/bin/sh";
+/// A folder on a server that does not answer holds the launcher up; nobody waits longer for it.
+constexpr timeval kPatience{.tv_sec = 20, .tv_usec = 0};
 
-enum class Step { createProcess, enterFolder, execute };
-
-struct Plan {
-    const char* program = nullptr;
-    char* const* arguments = nullptr;
-    char* const* environment = nullptr;
-    const char* folder = nullptr;
+/// A program is loaded by a process that ends at once, so that the program belongs to nobody.
+struct Between {
+    ProgramLoading loading;
     char* programStack = nullptr;
-    Step step = Step::createProcess;
-    int failure = 0;
 };
 
-/// As the kernel wants it; all zero is the default action.
-struct KernelSignalAction {
-    std::uintptr_t handler, flags, restorer;
-    std::uint64_t mask;
-};
-
-VARNEL_PLAIN long call(long number, long a = 0, long b = 0, long c = 0, long d = 0) {
-    return ::syscall(number, a, b, c, d);
-}
-VARNEL_PLAIN long address(const void* pointer) {
-    return reinterpret_cast<long>(pointer);
-}
-
-VARNEL_PLAIN void closeDescriptors() {
-    if (call(SYS_close_range, 0, ~0U, 0) != 0)
-        for (int descriptor = 0; descriptor < 4096; ++descriptor) // kernels before 5.9
-            call(SYS_close, descriptor);
-    call(SYS_openat, AT_FDCWD, address("/dev/null"), O_RDWR);
-    call(SYS_dup3, 0, 1, 0);
-    call(SYS_dup3, 0, 2, 0);
-}
-
-VARNEL_PLAIN void resetSignals() {
-    const KernelSignalAction byDefault{};
-    const std::uint64_t none = 0;
-    for (int signal = 1; signal <= kLastSignal; ++signal)
-        call(SYS_rt_sigaction, signal, address(&byDefault), 0, sizeof none);
-    call(SYS_rt_sigprocmask, SIG_SETMASK, address(&none), 0, sizeof none);
-}
-
-VARNEL_PLAIN int becomeProgram(void* argument) {
-    Plan& plan = *static_cast<Plan*>(argument);
-    call(SYS_setsid);
-    closeDescriptors();
-    resetSignals();
-    plan.step = Step::enterFolder;
-    if (*plan.folder && call(SYS_chdir, address(plan.folder)) != 0) {
-        plan.failure = errno;
-        return 1;
-    }
-    plan.step = Step::execute;
-    call(SYS_execve, address(plan.program), address(plan.arguments), address(plan.environment));
-    plan.failure = errno;
-    return 1;
-}
-
-/// Ends as soon as the program is loaded, so that the program belongs to nobody.
-VARNEL_PLAIN int standBetween(void* argument) {
-    Plan& plan = *static_cast<Plan*>(argument);
-    if (::clone(becomeProgram, plan.programStack, CLONE_VM | CLONE_VFORK | SIGCHLD, argument) < 0)
-        plan.failure = errno;
+__attribute__((no_sanitize("address", "undefined", "thread"))) int standBetween(void* argument) {
+    auto& between = *static_cast<Between*>(argument);
+    loadProgram(between.loading, between.programStack);
     return 0;
+}
+
+std::uint64_t ignoredSignals() {
+    std::uint64_t ignored = 0;
+    for (int signal = 1; signal <= kLastSignal; ++signal) {
+        struct sigaction action{};
+        if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN)
+            ignored |= std::uint64_t{1} << (signal - 1);
+    }
+    return ignored;
 }
 
 std::vector<char*> pointers(const std::vector<std::string>& texts) {
@@ -103,6 +60,11 @@ std::vector<char*> pointers(const std::vector<std::string>& texts) {
     return result;
 }
 
+const std::vector<std::string>& environmentOf(const ProgramStart& start) {
+    static const std::vector<std::string> nothing;
+    return start.environment ? *start.environment : nothing;
+}
+
 /// A program for another machine, or a damaged one, is nothing for the shell.
 bool isBinary(const std::string& path) {
     const UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
@@ -111,57 +73,147 @@ bool isBinary(const std::string& path) {
     return size > 0 && std::memchr(start.data(), 0, static_cast<std::size_t>(size)) != nullptr;
 }
 
-/// Returns when the program is loaded or has failed to; `plan` then tells.
-void run(Plan& plan) {
+LaunchReply loadDirectly(const ProgramStart& start) {
+    const std::vector<char*> arguments = pointers(start.arguments);
+    const std::vector<char*> environment = pointers(environmentOf(start));
     alignas(16) std::array<char, kStackSize> betweenStack;
     alignas(16) std::array<char, kStackSize> programStack;
-    plan.programStack = programStack.data() + programStack.size();
+    Between between{.loading = {.program = start.program.c_str(),
+                                .arguments = arguments.data(),
+                                .environment = environment.data(),
+                                .folder = start.folder.c_str(),
+                                .ignoredSignals = ignoredSignals()},
+                    .programStack = programStack.data() + programStack.size()};
 
     // A handler of ours must not run in a process that shares our memory.
     sigset_t all, before;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_BLOCK, &all, &before);
-    const int between = ::clone(standBetween, betweenStack.data() + betweenStack.size(),
-                                CLONE_VM | CLONE_VFORK | CLONE_FILES | CLONE_FS, &plan);
-    if (between < 0)
-        plan.failure = errno;
+    const int process = ::clone(standBetween, betweenStack.data() + betweenStack.size(),
+                                CLONE_VM | CLONE_VFORK | CLONE_FILES | CLONE_FS, &between);
+    if (process < 0)
+        between.loading.failure = errno;
     else
-        while (::waitpid(between, nullptr, __WALL) < 0 && errno == EINTR) {
+        while (::waitpid(process, nullptr, __WALL) < 0 && errno == EINTR) {
         }
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return {between.loading.step, between.loading.failure};
 }
 
-} // namespace
-
-std::expected<void, ProgramStartError> startDetached(const ProgramStart& start) {
-    const std::vector<char*> arguments = pointers(start.arguments);
-    const std::vector<char*> environment = pointers(start.environment);
-    Plan plan;
-    plan.program = start.program.c_str();
-    plan.arguments = arguments.data();
-    plan.environment = environment.data();
-    plan.folder = start.folder.c_str();
-    run(plan);
-    if (plan.failure == 0)
+/// `load` is asked once more, for the shell, when the file turns out to be a script without a first line.
+template <typename Load>
+std::expected<void, ProgramStartError> startWith(const Load& load, const ProgramStart& start) {
+    const LaunchReply outcome = load(start);
+    if (outcome.failure == 0)
         return {};
-    if (plan.failure == ENOEXEC && start.program != kShell && !isBinary(start.program)) {
+    if (outcome.failure == ENOEXEC && start.program != kShell && !isBinary(start.program)) {
         ProgramStart inShell = start;
         inShell.program = kShell;
         inShell.arguments = {kShell, start.program};
         if (!start.arguments.empty())
             inShell.arguments.insert(inShell.arguments.end(), start.arguments.begin() + 1,
                                      start.arguments.end());
-        return startDetached(inShell);
+        return startWith(load, inShell);
     }
-    switch (plan.step) {
-    case Step::createProcess:
-        return std::unexpected(ProgramStartError{"create a process for", start.program, plan.failure});
-    case Step::enterFolder:
-        return std::unexpected(ProgramStartError{"enter folder", start.folder, plan.failure});
-    case Step::execute:
+    switch (outcome.step) {
+    case LoadingStep::createProcess:
+        return std::unexpected(ProgramStartError{"create a process for", start.program, outcome.failure});
+    case LoadingStep::enterFolder:
+        return std::unexpected(ProgramStartError{"enter folder", start.folder, outcome.failure});
+    case LoadingStep::execute:
         break;
     }
-    return std::unexpected(ProgramStartError{"execute", start.program, plan.failure});
+    return std::unexpected(ProgramStartError{"execute", start.program, outcome.failure});
+}
+
+/// False when the start cannot be written down in one message.
+bool encode(const ProgramStart& start, std::string& message) {
+    const std::vector<std::string>& environment = environmentOf(start);
+    if (start.arguments.size() + environment.size() > kMostLaunchStrings)
+        return false;
+    const LaunchRequest request{static_cast<std::uint32_t>(start.arguments.size()),
+                                static_cast<std::uint32_t>(environment.size())};
+    message.assign(reinterpret_cast<const char*>(&request), sizeof request);
+    const auto add = [&](const std::string& text) {
+        message.append(text.c_str(), std::strlen(text.c_str()) + 1);
+    };
+    add(start.program);
+    add(start.folder);
+    for (const std::string& argument : start.arguments)
+        add(argument);
+    for (const std::string& variable : environment)
+        add(variable);
+    return message.size() <= kLargestLaunchMessage;
+}
+
+} // namespace
+
+std::expected<void, ProgramStartError> startDetached(const ProgramStart& start) {
+    return startWith(loadDirectly, start);
+}
+
+void ProgramLauncher::prepare(const std::string& program) {
+    int ends[2];
+    if (program.empty() || socket_ || ::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
+        return;
+    const UniqueFd theirs(ends[1]);
+    UniqueFd ours(ends[0]);
+    ::setsockopt(ours.get(), SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, theirs.get(), 0);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    // What reaches us from the terminal is none of its business, nor what we ignore.
+    posix_spawnattr_setpgroup(&attributes, 0);
+    sigset_t all, none;
+    sigfillset(&all);
+    sigemptyset(&none);
+    posix_spawnattr_setsigdefault(&attributes, &all);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setflags(&attributes,
+                             POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    std::string name = program;
+    char* const arguments[] = {name.data(), nullptr};
+    if (::posix_spawn(&process_, program.c_str(), &actions, &attributes, arguments, environ) == 0)
+        socket_ = std::move(ours);
+    else
+        process_ = -1;
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+}
+
+ProgramLauncher::~ProgramLauncher() {
+    socket_.reset();
+    if (process_ <= 0)
+        return;
+    // It has nothing left to do, whatever may hold it up.
+    ::kill(process_, SIGKILL);
+    while (::waitpid(process_, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}
+
+std::expected<void, ProgramStartError> ProgramLauncher::start(const ProgramStart& start) {
+    const auto load = [this](const ProgramStart& wanted) -> LaunchReply {
+        if (!socket_ || !encode(wanted, message_))
+            return loadDirectly(wanted);
+        if (::send(socket_.get(), message_.data(), message_.size(), MSG_NOSIGNAL) < 0) {
+            if (errno == EPIPE || errno == ECONNRESET)
+                socket_.reset();
+            return loadDirectly(wanted);
+        }
+        LaunchReply reply;
+        ssize_t size = 0;
+        while ((size = ::recv(socket_.get(), &reply, sizeof reply, 0)) < 0 && errno == EINTR) {
+        }
+        if (size == sizeof reply)
+            return reply;
+        const bool isLate = size < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+        socket_.reset(); // a late answer must not be taken for that of the next start
+        return isLate ? LaunchReply{LoadingStep::execute, ETIMEDOUT} : loadDirectly(wanted);
+    };
+    return startWith(load, start);
 }
 
 } // namespace varnel

@@ -43,6 +43,7 @@ constexpr std::array kRoles{
     Role{"calculator", "", "", "Calculator"},
 };
 
+constexpr const char* kRootFolder = "/";
 constexpr std::string_view kEntrySuffix = ".desktop";
 constexpr std::string_view kBundleSuffix = ".app";
 
@@ -89,6 +90,8 @@ struct LinuxWorkspace::State {
     FileSystem& files;
     RunningApplicationWindows* windows;
     std::vector<std::string> environment;
+    /// Without what belongs to our own start.
+    std::shared_ptr<const std::vector<std::string>> programEnvironment;
     ProgramStarter start;
     DesktopEntryFolders folders;
     std::map<std::pair<WindowNumber, ProcessIdentifier>, std::optional<FileIdentity>> programs;
@@ -99,11 +102,12 @@ struct LinuxWorkspace::State {
         , environment(std::move(surroundings.environment))
         , start(std::move(surroundings.start))
         , folders(files, environment) {
-        // They belong to our own start, not to those of others.
-        std::erase_if(environment, [](const std::string& variable) {
+        std::vector<std::string> inherited = environment;
+        std::erase_if(inherited, [](const std::string& variable) {
             return variable.starts_with("DESKTOP_STARTUP_ID=") ||
                    variable.starts_with("XDG_ACTIVATION_TOKEN=");
         });
+        programEnvironment = std::make_shared<const std::vector<std::string>>(std::move(inherited));
     }
 
     Result open(const FileURL& url) {
@@ -301,12 +305,17 @@ struct LinuxWorkspace::State {
                         std::string folder = {}) {
         if (folder.empty())
             folder = environmentValue(environment, "HOME");
-        if (folder.empty() || !files.exists(folder))
-            folder = "/";
-        const auto started = start({.program = program,
-                                    .arguments = std::move(arguments),
-                                    .environment = environment,
-                                    .folder = std::move(folder)});
+        if (folder.empty())
+            folder = kRootFolder;
+        ProgramStart plan{.program = program,
+                          .arguments = std::move(arguments),
+                          .environment = programEnvironment,
+                          .folder = std::move(folder)};
+        auto started = start(plan);
+        if (!started && started.error().path == plan.folder && plan.folder != kRootFolder) {
+            plan.folder = kRootFolder; // a home or working folder that is not there keeps nobody waiting
+            started = start(plan);
+        }
         return started ? Result() : failure(describe(started.error()));
     }
 

@@ -190,8 +190,8 @@ DoctorDisplay lookAtDisplay(const DoctorFacts& facts) {
 void addSystemFacts(DoctorFacts& facts) {
     facts.display = lookAtDisplay(facts);
     facts.watchLimits = readWatchLimits(parentPath(facts.configuration.file.path));
-    const std::string guard = appendPath(programFolder(), "varnel-keyguard");
-    facts.helpers["varnel-keyguard"] = ::access(guard.c_str(), X_OK) == 0;
+    for (const char* helper : {"varnel-keyguard", "varnel-launcher"})
+        facts.helpers[helper] = ::access(appendPath(programFolder(), helper).c_str(), X_OK) == 0;
 }
 
 } // namespace varnel

@@ -100,11 +100,12 @@ public:
                  .onConnectionLost = std::move(surroundings.onConnectionLost),
                  .onTroubleChanged = std::move(surroundings.onTroubleChanged)})
         , fileEvents_(surroundings.loop)
+        , launcherProgram_(helperProgram(surroundings.programFolder, "varnel-launcher"))
         , desktop_(surroundings.displayName)
         , workspace_({.files = files_,
                       .windows = &desktop_,
                       .environment = environmentStrings(),
-                      .start = startDetached})
+                      .start = [this](const ProgramStart& start) { return launcher_.start(start); }})
         , workspaceTable_(workspace_.table())
         , activator_(workspace_, files_, log_)
         , posting_({.displayName = surroundings.displayName,
@@ -137,13 +138,15 @@ public:
 
     void startProgram(const std::vector<std::string>& argv) override {
         if (std::string program = findProgram(argv.at(0)); !program.empty())
-            (void)startDetached({program, argv, environmentStrings(), {}});
+            (void)startDetached(
+                {program, argv, std::make_shared<const std::vector<std::string>>(environmentStrings()), {}});
     }
 
     std::optional<std::string> frontmostApplication() override { return desktop_.frontmostClass(); }
 
     void prepareCommands(SerialExecutor& queue) override {
         queue.submit([this, alive = std::weak_ptr(alive_)] {
+            launcher_.prepare(launcherProgram_);
             XcbDesktop* desktop = desktop_.connected();
             if (!desktop)
                 return;
@@ -161,6 +164,8 @@ private:
     PosixFileSystem files_;
     XcbKeyboardEventTapSessionFactory taps_;
     InotifyFileEventSource fileEvents_;
+    std::string launcherProgram_;
+    ProgramLauncher launcher_; ///< used on the command queue
     DesktopOnDemand desktop_;
     std::optional<X11WindowServices> windowServices_; ///< made and used on the worker thread
     LinuxWorkspace workspace_;
