@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 
 namespace varnel {
@@ -42,7 +41,7 @@ private:
     static constexpr std::string_view kEllipsis = "…";
 
     void take(std::string_view text) {
-        std::memcpy(bytes_.data() + size_, text.data(), text.size());
+        text.copy(bytes_.data() + size_, text.size());
         size_ = static_cast<std::uint8_t>(size_ + text.size());
     }
     /// The last place not after `limit` where a character may end.
