@@ -34,6 +34,9 @@ QWidget* makeEditorField(PreferenceStore& preferences, ShellActions& actions) {
     row->addWidget(field, 1);
     row->addWidget(test);
     auto* whole = new QWidget;
+    whole->setObjectName(QString::fromUtf8(kEditorPreference.data()));
+    whole->setFocusProxy(field);
+    field->setAccessibleName(qtText(localized("Editor for the configuration")));
     auto* layout = new QVBoxLayout(whole);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(6);
@@ -61,9 +64,15 @@ std::unique_ptr<QWidget> makePage(LaunchAtLogin& login, PreferenceStore& prefere
 } // namespace
 
 SettingsPage makeGeneralPage(LaunchAtLogin& login, PreferenceStore& preferences, ShellActions& actions) {
-    return {QStringLiteral("general"), qtText(localized("General")),
+    return {QStringLiteral("general"),
+            qtText(localized("General")),
             qtText(localized("launch start login autostart editor configuration first steps")),
-            [&] { return makePage(login, preferences, actions); }};
+            [&] { return makePage(login, preferences, actions); },
+            {{QString::fromUtf8(kLaunchAtLoginDesired.data()), qtText(localized("Start Varnel! at login")),
+              qtText(localized("launch autostart"))},
+             {QString::fromUtf8(kEditorPreference.data()),
+              qtText(localized("Editor for the configuration")),
+              {}}}};
 }
 
 } // namespace varnel

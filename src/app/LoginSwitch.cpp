@@ -20,6 +20,8 @@ LoginSwitch::LoginSwitch(LaunchAtLogin& login, PreferenceStore& preferences, QWi
     layout->setSpacing(4);
     layout->addWidget(box_);
     layout->addWidget(state_);
+    setObjectName(QString::fromUtf8(kLaunchAtLoginDesired.data()));
+    setFocusProxy(box_);
     connect(box_, &QCheckBox::clicked, this, [this](bool wanted) {
         const auto changed = setLaunchAtLogin(login_, preferences_, wanted);
         read();

@@ -6,34 +6,82 @@
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPainter>
+#include <QPointer>
 #include <QScrollArea>
 #include <QStackedWidget>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <utility>
 
 namespace varnel {
 
+namespace {
+
+constexpr int kMarkTime = 1200; // milliseconds
+constexpr int kMarkMargin = 6;
+constexpr int kEntryIndent = 3; // of spaces
+
+/// A frame around a setting that was searched for; vanishes by itself.
+class FoundMark final : public QWidget {
+public:
+    explicit FoundMark(QWidget& found)
+        : QWidget(found.parentWidget()) {
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        setGeometry(found.geometry().marginsAdded({kMarkMargin, kMarkMargin, kMarkMargin, kMarkMargin}));
+        QTimer::singleShot(kMarkTime, this, &QObject::deleteLater);
+        show();
+        raise();
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), kMarkMargin, kMarkMargin);
+    }
+};
+
+bool containsWords(const QString& text, const QString& words) {
+    for (const QString& word : words.split(QLatin1Char(' '), Qt::SkipEmptyParts))
+        if (!text.contains(word, Qt::CaseInsensitive))
+            return false;
+    return true;
+}
+
+} // namespace
+
 PagedWindow::PagedWindow(const QString& title, std::vector<SettingsPage> pages)
     : pages_(std::move(pages))
     , search_(new QLineEdit(this))
     , list_(new QListWidget(this))
+    , nothing_(makeNote(qtText(localized("Nothing was found.")), this))
     , stack_(new QStackedWidget(this))
     , stackIndex_(pages_.size(), -1) {
     setWindowTitle(title);
     search_->setPlaceholderText(qtText(localized("Search")));
+    search_->setAccessibleName(qtText(localized("Search settings")));
     search_->setClearButtonEnabled(true);
+    search_->installEventFilter(this);
     list_->setFrameShape(QFrame::NoFrame);
     list_->setSpacing(1);
-    for (const SettingsPage& page : pages_) {
-        list_->addItem(page.title);
-        list_->item(list_->count() - 1)->setSizeHint(QSize(0, fontMetrics().height() + 12));
+    list_->setAccessibleName(qtText(localized("Pages")));
+    list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    nothing_->hide();
+    for (std::size_t page = 0; page < pages_.size(); ++page) {
+        addRow({page, nullptr});
+        for (const SettingsEntry& entry : pages_[page].entries)
+            addRow({page, &entry});
     }
 
     auto* side = new QVBoxLayout;
     side->addWidget(search_);
+    side->addWidget(nothing_);
     side->addWidget(list_, 1);
     side->setContentsMargins(12, 12, 0, 12);
     side->setSpacing(8);
@@ -42,55 +90,128 @@ PagedWindow::PagedWindow(const QString& title, std::vector<SettingsPage> pages)
     layout->setSpacing(12);
     layout->addLayout(side);
     layout->addWidget(stack_, 1);
-    search_->setFixedWidth(fontMetrics().averageCharWidth() * 26);
+    search_->setFixedWidth(fontMetrics().averageCharWidth() * 30);
     list_->setFixedWidth(search_->width());
 
-    connect(list_, &QListWidget::currentRowChanged, this, [this](int row) { showPage(row); });
+    connect(list_, &QListWidget::currentRowChanged, this, [this](int row) { showRow(row); });
+    connect(list_, &QListWidget::itemClicked, this, [this] { enterRow(list_->currentRow()); });
+    connect(list_, &QListWidget::itemActivated, this, [this] { enterRow(list_->currentRow()); });
     connect(search_, &QLineEdit::textChanged, this, [this](const QString& text) { search(text); });
+    connect(search_, &QLineEdit::returnPressed, this, [this] { enterRow(list_->currentRow()); });
     setTabOrder(search_, list_);
-    resize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 32);
+    resize(fontMetrics().averageCharWidth() * 125, fontMetrics().height() * 38);
     list_->setCurrentRow(0);
+}
+
+void PagedWindow::addRow(const Row& row) {
+    rows_.push_back(row);
+    auto* item = new QListWidgetItem(row.entry ? QString(kEntryIndent, QLatin1Char(' ')) + row.entry->title
+                                               : pages_[row.page].title,
+                                     list_);
+    item->setSizeHint(QSize(0, fontMetrics().height() + 12));
+    item->setToolTip(row.entry ? row.entry->title : QString());
+    item->setHidden(row.entry != nullptr);
+}
+
+int PagedWindow::rowOf(std::size_t page) const {
+    for (std::size_t row = 0; row < rows_.size(); ++row)
+        if (rows_[row].page == page)
+            return static_cast<int>(row);
+    return 0;
 }
 
 void PagedWindow::present(const QString& identifier) {
     for (std::size_t i = 0; i < pages_.size(); ++i) {
         if (!identifier.isEmpty() && pages_[i].identifier == identifier) {
             search_->clear();
-            list_->setCurrentRow(static_cast<int>(i));
+            list_->setCurrentRow(rowOf(i));
         }
     }
     bringForward(*this);
 }
 
-void PagedWindow::showPage(int index) {
-    if (index < 0)
-        return;
-    int& place = stackIndex_[static_cast<std::size_t>(index)];
+QWidget* PagedWindow::showPage(std::size_t index) {
+    int& place = stackIndex_[index];
     if (place < 0) {
         auto* area = new QScrollArea;
         area->setFrameShape(QFrame::NoFrame);
         area->setWidgetResizable(true);
-        area->setWidget(pages_[static_cast<std::size_t>(index)].make().release());
+        area->setWidget(pages_[index].make().release());
         place = stack_->addWidget(area);
     }
     stack_->setCurrentIndex(place);
+    return static_cast<QScrollArea*>(stack_->currentWidget())->widget();
+}
+
+void PagedWindow::showRow(int index) {
+    if (index < 0)
+        return;
+    const Row& row = rows_[static_cast<std::size_t>(index)];
+    QPointer<QWidget> page = showPage(row.page);
+    if (!row.entry)
+        return;
+    // A page that was only just made has no places yet.
+    QTimer::singleShot(0, page, [this, page, anchor = row.entry->anchor] {
+        auto* found = page->findChild<QWidget*>(anchor);
+        if (!found || !found->isVisible())
+            return;
+        static_cast<QScrollArea*>(stack_->currentWidget())->ensureWidgetVisible(found);
+        new FoundMark(*found);
+    });
+}
+
+void PagedWindow::enterRow(int index) {
+    if (index < 0 || !rows_[static_cast<std::size_t>(index)].entry)
+        return;
+    const Row& row = rows_[static_cast<std::size_t>(index)];
+    showRow(index);
+    if (auto* found = showPage(row.page)->findChild<QWidget*>(row.entry->anchor))
+        found->setFocus(Qt::OtherFocusReason);
 }
 
 void PagedWindow::search(const QString& text) {
     int first = -1;
-    for (int row = 0; row < list_->count(); ++row) {
-        const SettingsPage& page = pages_[static_cast<std::size_t>(row)];
-        bool matches = true;
-        for (const QString& word : text.split(QLatin1Char(' '), Qt::SkipEmptyParts))
-            matches = matches && (page.title.contains(word, Qt::CaseInsensitive) ||
-                                  page.searchText.contains(word, Qt::CaseInsensitive));
-        list_->item(row)->setHidden(!matches);
-        if (matches && first < 0)
-            first = row;
+    int firstEntry = -1;
+    int pageRow = 0;
+    for (int index = 0; index < list_->count(); ++index) {
+        const Row& row = rows_[static_cast<std::size_t>(index)];
+        const SettingsPage& page = pages_[row.page];
+        const bool matches =
+            row.entry ? !text.isEmpty() && containsWords(row.entry->title + ' ' + row.entry->searchText, text)
+                      : containsWords(page.title + ' ' + page.searchText, text);
+        pageRow = row.entry ? pageRow : index;
+        list_->item(index)->setHidden(!matches);
+        if (!matches)
+            continue;
+        list_->item(pageRow)->setHidden(false);
+        first = first < 0 ? pageRow : first;
+        if (row.entry && firstEntry < 0)
+            firstEntry = index;
     }
+    nothing_->setVisible(first < 0);
     const QListWidgetItem* current = list_->currentItem();
-    if (first >= 0 && (!current || current->isHidden()))
+    if (firstEntry >= 0)
+        list_->setCurrentRow(firstEntry);
+    else if (text.isEmpty() && current)
+        list_->setCurrentRow(rowOf(rows_[static_cast<std::size_t>(list_->row(current))].page));
+    else if (first >= 0 && (!current || current->isHidden()))
         list_->setCurrentRow(first);
+}
+
+/// The arrow keys choose among what was found while one types.
+bool PagedWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == search_ && event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        const int step = key->key() == Qt::Key_Down ? 1 : key->key() == Qt::Key_Up ? -1 : 0;
+        for (int row = list_->currentRow() + step; step != 0 && row >= 0 && row < list_->count(); row += step)
+            if (!list_->item(row)->isHidden()) {
+                list_->setCurrentRow(row);
+                return true;
+            }
+        if (step != 0)
+            return true;
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void PagedWindow::keyPressEvent(QKeyEvent* event) {

@@ -10,6 +10,7 @@
 #include "app/StateIcon.h"
 #include "app/StatusWindow.h"
 #include "app/TrayIcon.h"
+#include "app/settings/SettingsPages.h"
 #include "base/Localized.h"
 #include "overlay/OverlayPreferences.h"
 #include "overlay/SuggestionOverlay.h"
@@ -74,6 +75,12 @@ Shell::Shell(EventLoop& loop, Application& application, ShellSystem system)
     overlay_ = std::make_unique<SuggestionOverlay>(application.hotkeys(), application.preferences(), loop,
                                                    *system_.surroundings);
     addSettingsPage(makeGeneralPage(*system_.login, application.preferences(), *this));
+    for (SettingsPage& page : makeSettingsPages({.application = application,
+                              .actions = *this,
+                              .naming = keyNaming(),
+                              .showSample = [this] { overlay_->showSample(); },
+                              .changed = [this] { followTheme(); }}))
+        addSettingsPage(std::move(page));
     application.setPresenter([this] { present(); });
     HotkeyManager& hotkeys = application.hotkeys();
     subscriptions_.push_back(health_.observe([this] { update(); }));
@@ -120,6 +127,11 @@ void Shell::addSettingsPage(SettingsPage page) {
 
 void Shell::setMainWindow(std::function<std::unique_ptr<QWidget>()> make) {
     makeMain_ = std::move(make);
+}
+
+KeyNaming Shell::keyNaming() const {
+    return {.layoutLabel = [this](KeyCode code) { return system_.surroundings->keyLabel(code); },
+            .usesSymbols = system_.surroundings->namesKeysBySymbols()};
 }
 
 ShellState Shell::state() const {
@@ -197,16 +209,15 @@ void Shell::showSettings(const std::string& page) {
 void Shell::showFirstSteps() {
     followTheme();
     FirstWindow& window = made(first_, [this] {
-        return std::make_unique<FirstWindow>(FirstWindowContext{
-            .actions = *this,
-            .hotkeys = application_.hotkeys(),
-            .config = application_.config(),
-            .login = *system_.login,
-            .preferences = application_.preferences(),
-            .naming = {.layoutLabel = [this](KeyCode code) { return system_.surroundings->keyLabel(code); },
-                       .usesSymbols = system_.surroundings->namesKeysBySymbols()},
-            .askForPermission = system_.askForPermission,
-            .hasIcon = QSystemTrayIcon::isSystemTrayAvailable()});
+        return std::make_unique<FirstWindow>(
+            FirstWindowContext{.actions = *this,
+                               .hotkeys = application_.hotkeys(),
+                               .config = application_.config(),
+                               .login = *system_.login,
+                               .preferences = application_.preferences(),
+                               .naming = keyNaming(),
+                               .askForPermission = system_.askForPermission,
+                               .hasIcon = QSystemTrayIcon::isSystemTrayAvailable()});
     });
     health_.refresh();
     window.setState(state());

@@ -4,6 +4,7 @@
 #include "app/ShellActions.h"
 #include "app/ShellState.h"
 #include "app/ShellSystem.h"
+#include "overlay/KeyCaps.h"
 #include "runtime/Application.h"
 #include "runtime/HealthMonitor.h"
 #include "runtime/Pause.h"
@@ -55,6 +56,7 @@ public:
     void quit() override;
 
 private:
+    [[nodiscard]] KeyNaming keyNaming() const;
     void present();
     void watchSession();
     void watchOpenSequence();

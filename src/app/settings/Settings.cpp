@@ -73,7 +73,8 @@ std::string clampedNote(const NumberSetting& setting, long long typed, int inFor
 
 NumberState stateOf(const NumberSetting& setting, std::optional<long long> stored,
                     std::optional<int> inForce) {
-    NumberState state{.value = stored.value_or(setting.defaultValue)};
+    NumberState state;
+    state.value = stored.value_or(setting.defaultValue);
     state.isUnlimited = !inForce;
     state.isClamped = inForce && stored && *stored != *inForce;
     state.note = state.isClamped ? clampedNote(setting, *stored, *inForce) : rangeNote(setting);

@@ -57,7 +57,7 @@ std::vector<WhyLine> whyLines(const DecisionLog& log, const DecisionContext& con
     std::vector<WhyLine> lines;
     const auto addOtherKeys = [&lines](std::uint64_t count) {
         if (count > 0)
-            lines.push_back({.text = describeOtherKeys(count)});
+            lines.push_back({0, {}, describeOtherKeys(count)});
     };
     addOtherKeys(log.otherKeys());
     for (const Decision& decision : std::views::reverse(log.since(0))) {
