@@ -1,12 +1,16 @@
 #include "app/QtEventLoop.h"
 #include "app/Shell.h"
+#include "base/Localization.h"
 #include "cli/CommandLine.h"
 #include "cli/RunOptions.h"
 #include "cli/StandardStreams.h"
 #include "cli/Verbs.h"
 #include "runtime/ControlClient.h"
+#include "runtime/ProgramLocation.h"
 
 #include <QApplication>
+#include <QLibraryInfo>
+#include <QTranslator>
 
 #include <csignal>
 #include <memory>
@@ -35,11 +39,20 @@ bool bringForwardStarting(const RuntimePaths& paths) {
     return false;
 }
 
+/// Qt's own buttons and dialogs in the language that ours speak; the direction of the layout comes with them.
+void translateQt(QApplication& qt) {
+    const QString language = QString::fromStdString(spokenLanguage());
+    auto* texts = new QTranslator(&qt);
+    if (texts->load(QStringLiteral("qtbase_") + language, QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QApplication::installTranslator(texts);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     keepStandardStreamsClosed();
     std::signal(SIGPIPE, SIG_IGN);
+    speakUsersLanguage(programFolder());
     Console console;
     std::vector<std::string> words(argv + 1, argv + argc);
     auto call = parseCall(*findVerb("run"), words);
@@ -52,6 +65,7 @@ int main(int argc, char** argv) {
     if (bringForwardRunning(paths))
         return ExitStatus::fine;
     QApplication qt(argc, argv);
+    translateQt(qt);
     QApplication::setApplicationName(QStringLiteral("Varnel"));
     QApplication::setDesktopFileName(QStringLiteral("varnel"));
     QApplication::setQuitOnLastWindowClosed(false);

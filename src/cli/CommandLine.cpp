@@ -1,5 +1,7 @@
 #include "cli/CommandLine.h"
 
+#include "base/Localization.h"
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "cli/Verbs.h"
 
@@ -17,11 +19,9 @@ std::string quoted(std::string_view text) {
 }
 
 /// "unknown option '--jsn'; did you mean '--json'?"
-UsageError unknown(std::string_view what, std::string_view word, const std::vector<std::string>& known) {
-    std::string message = "unknown " + std::string(what) + " " + quoted(word);
-    if (std::string near = nearest(word, known); !near.empty())
-        message += "; did you mean '" + near + "'?";
-    return {message};
+UsageError unknown(const std::string& message, std::string_view word, const std::vector<std::string>& known) {
+    std::string near = nearest(word, known);
+    return {near.empty() ? message : localized("%1; did you mean '%2'?", {message, near})};
 }
 
 /// A lone dash is standard input, and a dash before a digit begins a number.
@@ -40,7 +40,7 @@ UsageError unknownOption(const Verb& verb, std::string_view name) {
     std::vector<std::string> known{std::string(kHelpOption.name)};
     for (const VerbOption& option : verb.options)
         known.emplace_back(option.name);
-    return unknown("option", name, known);
+    return unknown(localized("unknown option %1", {quoted(name)}), name, known);
 }
 
 /// Takes the option at `words[index]`, and its value where it needs one; moves `index` to its last word.
@@ -55,21 +55,20 @@ std::expected<void, UsageError> takeOption(const Verb& verb, std::span<const std
     std::string value;
     if (option->value.empty()) {
         if (equals != word.npos)
-            return std::unexpected(UsageError{"option '" + std::string(name) + "' takes no value"});
+            return std::unexpected(UsageError{localized("option '%1' takes no value", {name})});
     } else if (equals != word.npos) {
         value = word.substr(equals + 1);
     } else if (index + 1 < words.size()) {
         value = words[++index];
     } else {
-        return std::unexpected(
-            UsageError{"option '" + std::string(name) + "' needs a value: " + std::string(option->value)});
+        return std::unexpected(UsageError{localized("option '%1' needs a value: %2", {name, option->value})});
     }
     call.options.emplace_back(std::string(option->name), std::move(value));
     return {};
 }
 
 /// Columns of a list: the left one padded so that all right ones begin at the same place.
-void appendRows(std::string& out, const std::vector<std::pair<std::string, std::string_view>>& rows) {
+void appendRows(std::string& out, const std::vector<std::pair<std::string, std::string>>& rows) {
     std::size_t width = 0;
     for (const auto& [left, right] : rows)
         width = std::max(width, left.size());
@@ -80,7 +79,7 @@ void appendRows(std::string& out, const std::vector<std::pair<std::string, std::
 int finish(int status, Console& console) {
     console.out.flush();
     if (int error = console.out.failure()) {
-        console.complain(std::string("cannot write standard output: ") + std::strerror(error));
+        console.complain(localized("cannot write standard output: %1", {std::strerror(error)}));
         return ExitStatus::failed;
     }
     return status;
@@ -88,10 +87,8 @@ int finish(int status, Console& console) {
 
 int failUsage(Console& console, const UsageError& error, std::string_view verbName) {
     console.complain(error.message);
-    std::string hint = "Try 'varnel";
-    if (!verbName.empty())
-        hint.append(" ").append(verbName);
-    console.err.line(hint + " --help'.");
+    const std::string call = "varnel" + (verbName.empty() ? "" : " " + std::string(verbName)) + " --help";
+    console.err.line(localized("Try '%1'.", {call}));
     return ExitStatus::failed;
 }
 
@@ -105,6 +102,8 @@ int runVerb(const Verb& verb, const std::vector<std::string>& words, std::size_t
         return finish(ExitStatus::fine, console);
     }
     call->program = words[0];
+    // What programs read is the same in every language.
+    const EnglishTexts forPrograms(verb.isForPrograms || call->has(kJSONOption.name) || call->has("--sarif"));
     return finish(verb.run(*call, console), console);
 }
 
@@ -137,24 +136,25 @@ std::expected<VerbCall, UsageError> parseCall(const Verb& verb, std::span<const 
     if (call.has("--help"))
         return call;
     if (call.arguments.size() < verb.minimumArguments)
-        return std::unexpected(UsageError{std::string(verb.name) + " needs " + std::string(verb.arguments)});
+        return std::unexpected(UsageError{localized("%1 needs %2", {verb.name, verb.arguments})});
     if (call.arguments.size() > verb.maximumArguments)
         return std::unexpected(
-            UsageError{"unexpected argument " + quoted(call.arguments[verb.maximumArguments])});
+            UsageError{localized("unexpected argument %1", {quoted(call.arguments[verb.maximumArguments])})});
     return call;
 }
 
 std::string helpText(const Verb& verb) {
-    std::string text = "Usage: varnel " + std::string(verb.name);
+    std::string usage(verb.name);
     if (!verb.arguments.empty())
-        text.append(" ").append(verb.arguments);
-    text.append(" [options]\n\n").append(verb.summary).append("\n\nOptions:\n");
-    std::vector<std::pair<std::string, std::string_view>> rows;
+        usage.append(" ").append(verb.arguments);
+    std::string text =
+        localized("Usage: varnel %1 [options]\n\n%2\n\nOptions:\n", {usage, localized(verb.summary)});
+    std::vector<std::pair<std::string, std::string>> rows;
     auto add = [&](const VerbOption& option) {
         std::string left(option.name);
         if (!option.value.empty())
             left.append(" ").append(option.value);
-        rows.emplace_back(std::move(left), option.help);
+        rows.emplace_back(std::move(left), localized(option.help));
     };
     std::ranges::for_each(verb.options, add);
     add(kHelpOption);
@@ -163,14 +163,15 @@ std::string helpText(const Verb& verb) {
 }
 
 std::string helpText(std::span<const Verb* const> verbs) {
-    std::string text = "Usage: varnel [verb] [arguments] [options]\n\n"
-                       "Without a verb the application starts.\n\nVerbs:\n";
-    std::vector<std::pair<std::string, std::string_view>> rows;
+    std::string text = localized("Usage: varnel [verb] [arguments] [options]\n\n"
+                                 "Without a verb the application starts.\n\nVerbs:\n");
+    std::vector<std::pair<std::string, std::string>> rows;
     for (const Verb* verb : verbs)
-        rows.emplace_back(verb->name, verb->summary);
+        rows.emplace_back(verb->name, localized(verb->summary));
     appendRows(text, rows);
-    text += "\n'varnel VERB --help' tells more. Exit status: 0 fine, 1 the answer is no or there are\n"
-            "warnings, 2 the call or the input is wrong.\n";
+    text +=
+        localized("\n'varnel VERB --help' tells more. Exit status: 0 fine, 1 the answer is no or there are\n"
+                  "warnings, 2 the call or the input is wrong.\n");
     return text;
 }
 
@@ -191,7 +192,7 @@ int runCommandLine(const std::vector<std::string>& words, Console& console) {
     std::vector<std::string> known;
     for (const Verb* verb : allVerbs())
         known.emplace_back(verb->name);
-    return failUsage(console, unknown("verb", first, known), "");
+    return failUsage(console, unknown(localized("unknown verb %1", {quoted(first)}), first, known), "");
 }
 
 } // namespace varnel

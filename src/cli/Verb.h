@@ -53,6 +53,7 @@ struct Verb {
     std::size_t minimumArguments = 0;
     std::size_t maximumArguments = 0;
     std::span<const VerbOption> options;
+    bool isForPrograms = false; ///< prints what programs read, whatever the options: always in English
     /// Returns the exit status. Results go to `console.out`, diagnostics to `console.complain`.
     int (*run)(const VerbCall& call, Console& console) = nullptr;
 };

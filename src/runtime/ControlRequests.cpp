@@ -1,5 +1,6 @@
 #include "runtime/ControlRequests.h"
 
+#include "base/Localization.h"
 #include "base/Localized.h"
 #include "base/Text.h"
 #include "keyboard/notation/KeyTokenCodec.h"
@@ -37,6 +38,18 @@ const std::string* textMember(const Object& request, std::string_view key) {
     return member == request.end() ? nullptr : member->second.string();
 }
 
+/// Texts are in the user's language only where people read the answer.
+bool isForPrograms(const Object& request) {
+    auto member = request.find("isForPeople");
+    const bool* isForPeople = member == request.end() ? nullptr : member->second.boolean();
+    return !isForPeople || !*isForPeople;
+}
+
+std::string statusLine(const HotkeyManager& hotkeys, const Object& request) {
+    const EnglishTexts english(isForPrograms(request));
+    return hotkeys.statusLine();
+}
+
 /// The strings of the member `tokens`; empty when it is anything else.
 std::vector<std::string> tokensOf(const Object& request) {
     std::vector<std::string> tokens;
@@ -52,12 +65,14 @@ std::vector<std::string> tokensOf(const Object& request) {
     return tokens;
 }
 
-Object reload(Application& application) {
+Object reload(Application& application, const Object& request) {
     application.reload();
     application.plugins().scan();
+    const EnglishTexts english(isForPrograms(request));
     if (const auto& error = application.config().loadError())
         return failed(describe(*error));
-    return succeeded("Loaded " + std::to_string(application.config().rootItems().size()) + " root items");
+    return succeeded(
+        localized("Loaded %1 root items", {std::to_string(application.config().rootItems().size())}));
 }
 
 Object suspend(Application& application, const Object& request) {
@@ -65,7 +80,7 @@ Object suspend(Application& application, const Object& request) {
     if (!reason || trimmed(*reason).empty())
         return failed("a reason is expected");
     application.hotkeys().suspend(*reason);
-    return succeeded(application.hotkeys().statusLine());
+    return succeeded(statusLine(application.hotkeys(), request));
 }
 
 /// Takes one reason back, or all of them when none is named.
@@ -74,13 +89,23 @@ Object resume(Application& application, const Object& request) {
     if (!request.contains("reason")) {
         for (const std::string& reason : std::set<std::string>(hotkeys.suspensionReasons()))
             hotkeys.resume(reason);
-        return succeeded(hotkeys.statusLine());
+        return succeeded(statusLine(hotkeys, request));
     }
     const std::string* reason = textMember(request, "reason");
     if (!reason || trimmed(*reason).empty())
         return failed("a reason is expected");
     hotkeys.resume(*reason);
-    return succeeded(hotkeys.statusLine());
+    return succeeded(statusLine(hotkeys, request));
+}
+
+Object triggerAnswer(const ConfigItem* item, const std::vector<std::string>& tokens, const Object& request) {
+    const EnglishTexts english(isForPrograms(request));
+    Object answer = item ? succeeded(localized("Triggered: %1", {item->name}))
+                         : failed(localized("No action has the trigger %1", {join(tokens, " ")}));
+    answer["match"] = nullptr;
+    if (item)
+        answer["match"] = Object{{"id", item->id.text()}, {"name", item->name}, {"type", "action"}};
+    return answer;
 }
 
 Object trigger(Application& application, const Object& request) {
@@ -88,14 +113,11 @@ Object trigger(Application& application, const Object& request) {
     if (tokens.empty())
         return failed("tokens are expected");
     const ConfigItem* item = application.hotkeys().hotkeyIndex().exactMatch(tokens);
-    if (!item || item->type != ItemType::action) {
-        Object answer = failed("No action has the trigger " + join(tokens, " "));
-        answer["match"] = nullptr;
-        return answer;
-    }
-    Object answer = succeeded("Triggered: " + item->name);
-    answer["match"] = Object{{"id", item->id.text()}, {"name", item->name}, {"type", "action"}};
-    application.hotkeys().trigger(tokens);
+    if (item && item->type != ItemType::action)
+        item = nullptr;
+    Object answer = triggerAnswer(item, tokens, request);
+    if (item)
+        application.hotkeys().trigger(tokens);
     return answer;
 }
 
@@ -146,6 +168,7 @@ Object answerAtOnce(Application& application, const Object& request) {
     if (!verb)
         return failed("a verb is expected");
     if (*verb == "status") {
+        const EnglishTexts english(isForPrograms(request));
         Object answer = applicationStatus(application);
         answer["success"] = true;
         return answer;
@@ -153,12 +176,13 @@ Object answerAtOnce(Application& application, const Object& request) {
     if (*verb == "diagnose")
         return diagnose(application);
     if (*verb == "reload")
-        return reload(application);
+        return reload(application, request);
     if (*verb == "suspend")
         return suspend(application, request);
     if (*verb == "resume")
         return resume(application, request);
     if (*verb == "why") {
+        const EnglishTexts english(isForPrograms(request));
         Object answer = decisionsReport(application.hotkeys());
         answer["success"] = true;
         return answer;
@@ -223,7 +247,7 @@ void answerControlRequest(Application& application, const JSONValue::Object& req
     if (verb && *verb == "shortcut")
         sendShortcut(application, request, replies.answer);
     else if (verb && *verb == "monitor")
-        replies.follow(decisionFeed(application.hotkeys()));
+        replies.follow(decisionFeed(application.hotkeys(), !isForPrograms(request)));
     else
         replies.answer(answerAtOnce(application, request));
 }

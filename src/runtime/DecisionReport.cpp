@@ -1,5 +1,6 @@
 #include "runtime/DecisionReport.h"
 
+#include "base/Localization.h"
 #include "keyboard/HotkeyManager.h"
 
 #include <cstdio>
@@ -53,16 +54,17 @@ JSONValue::Object decisionsReport(const HotkeyManager& hotkeys) {
             {"otherKeys", static_cast<double>(hotkeys.decisions().otherKeys())}};
 }
 
-ControlServer::Feed decisionFeed(HotkeyManager& hotkeys) {
+ControlServer::Feed decisionFeed(HotkeyManager& hotkeys, bool isForPeople) {
     auto told = std::make_shared<std::uint64_t>(hotkeys.decisions().total());
     auto greeted = std::make_shared<bool>(false);
-    return {.next = [&hotkeys, told, greeted]() -> std::optional<JSONValue::Object> {
+    return {.next = [&hotkeys, isForPeople, told, greeted]() -> std::optional<JSONValue::Object> {
                 if (!std::exchange(*greeted, true))
                     return JSONValue::Object{{"success", true}, {"after", static_cast<double>(*told)}};
                 const auto decision = hotkeys.decisions().firstAfter(*told);
                 if (!decision)
                     return std::nullopt;
                 *told = decision->number;
+                const EnglishTexts english(!isForPeople);
                 return decisionReport(*decision, hotkeys.decisionContext());
             },
             .observe =

@@ -15,8 +15,8 @@ class HotkeyManager;
 JSONValue::Object decisionReport(const Decision& decision, const DecisionContext& context);
 /// All that are kept, oldest first, as "decisions", and the keys counted since as "otherKeys".
 JSONValue::Object decisionsReport(const HotkeyManager& hotkeys);
-/// The decisions from now on, one an object. `hotkeys` must outlive the feed.
-ControlServer::Feed decisionFeed(HotkeyManager& hotkeys);
+/// The decisions from now on, one an object, for people in their language. `hotkeys` must outlive the feed.
+ControlServer::Feed decisionFeed(HotkeyManager& hotkeys, bool isForPeople);
 
 /// "2026-11-21T10:20:30.123Z"
 std::string isoTime(WallTime time);

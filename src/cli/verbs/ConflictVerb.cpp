@@ -38,6 +38,7 @@ extern const Verb kConflictVerb{.name = "conflict",
                                 .minimumArguments = 1,
                                 .maximumArguments = kAnyNumber,
                                 .options = kOptions,
+                                .isForPrograms = true,
                                 .run = run};
 
 } // namespace varnel

@@ -1,4 +1,5 @@
 #include "base/JSONWriter.h"
+#include "base/Localized.h"
 #include "cli/Verb.h"
 #include "runtime/ControlClient.h"
 
@@ -24,19 +25,20 @@ bool isTrue(const Object& answer, std::string_view key) {
 void printStatus(const Object& answer, Console& console) {
     console.out.line(textOf(answer, "statusLine"));
     if (std::string trouble = textOf(answer, "trouble"); !trouble.empty())
-        console.out.line("Trouble: " + trouble);
+        console.out.line(localized("Trouble: %1", {trouble}));
     if (std::string error = textOf(answer, "configError"); !error.empty())
-        console.out.line("Configuration: " + error);
+        console.out.line(localized("Configuration: %1", {error}));
     auto findings = answer.find("configFindings");
     if (const Object* found = findings == answer.end() ? nullptr : findings->second.object())
         if (std::string first = textOf(*found, "first"); !first.empty())
-            console.out.line("Check: " + first);
+            console.out.line(localized("Check: %1", {first}));
     if (std::string notice = textOf(answer, "notice"); !notice.empty())
         console.out.line(notice);
 }
 
 /// Sends the request and prints the answer; a refusal ends with `refused`.
-int send(const Object& request, const VerbCall& call, Console& console, int refused) {
+int send(Object request, const VerbCall& call, Console& console, int refused) {
+    request["isForPeople"] = !call.has(kJSONOption.name);
     bool asksForStatus = textOf(request, "verb") == "status";
     auto answer = sendControlRequest(RuntimePaths::fromEnvironment(), request);
     if (!answer) {

@@ -33,6 +33,7 @@ extern const Verb kLabelsVerb{.name = "labels",
                               .minimumArguments = 1,
                               .maximumArguments = 1,
                               .options = kOptions,
+                              .isForPrograms = true,
                               .run = run};
 
 } // namespace varnel

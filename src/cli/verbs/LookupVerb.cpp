@@ -51,6 +51,7 @@ extern const Verb kLookupVerb{.name = "lookup",
                               .minimumArguments = 1,
                               .maximumArguments = kAnyNumber,
                               .options = kOptions,
+                              .isForPrograms = true,
                               .run = run};
 
 } // namespace varnel

@@ -25,7 +25,9 @@ int run(const VerbCall& call, Console& console) {
         console.out.flush();
         return !console.out.isClosed();
     };
-    const auto ended = followControl(RuntimePaths::fromEnvironment(), {{"verb", "monitor"}}, show);
+    const auto ended =
+        followControl(RuntimePaths::fromEnvironment(),
+                      {{"verb", "monitor"}, {"isForPeople", !call.has(kJSONOption.name)}}, show);
     if (!refusal.empty() || !ended) {
         console.complain(refusal.empty() ? ended.error().message : refusal);
         return ExitStatus::failed;

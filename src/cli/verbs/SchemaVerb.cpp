@@ -16,6 +16,7 @@ extern const Verb kSchemaVerb{.name = "schema",
                               .arguments = "",
                               .summary = "prints a JSON Schema of the configuration, for editors",
                               .options = {},
+                              .isForPrograms = true,
                               .run = run};
 
 } // namespace varnel

@@ -95,6 +95,7 @@ extern const Verb kShortcutVerb{.name = "shortcut",
                                 .minimumArguments = 1,
                                 .maximumArguments = 1,
                                 .options = kOptions,
+                                .isForPrograms = true,
                                 .run = run};
 
 } // namespace varnel

@@ -70,6 +70,7 @@ extern const Verb kTokenVerb{.name = "token",
                              .minimumArguments = 1,
                              .maximumArguments = kAnyNumber,
                              .options = {},
+                             .isForPrograms = true,
                              .run = run};
 
 } // namespace varnel

@@ -8,7 +8,8 @@ namespace varnel {
 namespace {
 
 int run(const VerbCall& call, Console& console) {
-    const auto answer = sendControlRequest(RuntimePaths::fromEnvironment(), {{"verb", "why"}});
+    const auto answer = sendControlRequest(RuntimePaths::fromEnvironment(),
+                                           {{"verb", "why"}, {"isForPeople", !call.has(kJSONOption.name)}});
     if (!answer) {
         console.complain(answer.error().message);
         return ExitStatus::failed;
