@@ -161,7 +161,8 @@ windowManagerCommandLine(const WindowManagerOperation& operation, std::string_vi
                                              {operation.id, parameterName(operation.needs)}));
         // A value that begins with a dash would be read as an option of the tool.
         if (value.starts_with('-'))
-            return std::unexpected(localized("The parameter '%1' may not begin with '-'.", {parameterName(operation.needs)}));
+            return std::unexpected(
+                localized("The parameter '%1' may not begin with '-'.", {parameterName(operation.needs)}));
         line.back() = value;
         break;
     case Needs::arguments:

@@ -6,12 +6,12 @@ namespace varnel {
 
 std::string describe(const ConfigStorageProviderError& error) {
     if (error.kind == ConfigStorageProviderError::Kind::fileNotFound)
-        return "Config file not found at " + error.url;
-    return "A file already exists at " + error.url + ". Open it instead of creating it.";
+        return localized("Config file not found at %1", {error.url});
+    return localized("A file already exists at %1. Open it instead of creating it.", {error.url});
 }
 
 std::string describe(const ConfigFileSelectionError& error) {
-    return "The selected file is not a valid Varnel! configuration: " + error.url;
+    return localized("The selected file is not a valid Varnel! configuration: %1", {error.url});
 }
 
 std::string failureReason(const ConfigFileSelectionError& error) {
@@ -19,10 +19,10 @@ std::string failureReason(const ConfigFileSelectionError& error) {
 }
 
 std::string describe(const UnreadConfigError& error) {
-    return "The configuration at " + error.url +
-           " could not be read, and saving would replace it. Repair it, or confirm that it may be replaced. "
-           "(" +
-           error.reason + ")";
+    return localized(
+        "The configuration at %1 could not be read, and saving would replace it. Repair it, or confirm that "
+        "it may be replaced. (%2)",
+        {error.url, error.reason});
 }
 
 std::string describe(const SafeModeError& error) {

@@ -9,7 +9,7 @@ std::optional<std::string> statusLine(const PluginExecutionResponse& response,
                                       const std::string& displayName) {
     std::string text(trimmed(response.message.value_or("")));
     if (text.empty() && !response.success)
-        text = localized("Failed to execute action: " + displayName);
+        text = localized("Failed to execute action: %1", {displayName});
     if (response.warnings && !response.warnings->empty()) {
         std::string warnings = join(*response.warnings, "; ");
         text = text.empty() ? displayName + ": " + warnings : text + " (" + warnings + ")";
@@ -25,7 +25,7 @@ PluginCommand::PluginCommand(std::string displayName, Run run)
 std::optional<std::string> PluginCommand::execute() {
     auto response = run_();
     if (!response)
-        return singleLine(localized("Failed to execute action: " + response.error()), kPluginStatusLength);
+        return singleLine(localized("Failed to execute action: %1", {response.error()}), kPluginStatusLength);
     return statusLine(*response, displayName_);
 }
 

@@ -28,10 +28,31 @@ std::string_view name(PluginStatus::Kind kind) {
     return "disabled";
 }
 
+namespace {
+
+std::string cannotRun(StatusKind kind, const std::string& id) {
+    switch (kind) {
+    case StatusKind::untrusted:
+        return localized("The capability '%1' cannot run: it is untrusted.", {id});
+    case StatusKind::invalid:
+        return localized("The capability '%1' cannot run: it is invalid.", {id});
+    case StatusKind::conflict:
+        return localized("The capability '%1' cannot run: it is conflict.", {id});
+    case StatusKind::shadowed:
+        return localized("The capability '%1' cannot run: it is shadowed.", {id});
+    case StatusKind::active:
+        return localized("The capability '%1' cannot run: it is active.", {id});
+    case StatusKind::disabled:
+        break;
+    }
+    return localized("The capability '%1' cannot run: it is disabled.", {id});
+}
+
+} // namespace
+
 std::string inactiveReason(const PluginDescriptor& descriptor) {
-    std::string reason = localized("The capability '" + descriptor.manifest.id + "' cannot run: it is " +
-                                   std::string(name(descriptor.status.kind)));
-    return descriptor.status.message ? reason + ". " + *descriptor.status.message : reason + ".";
+    const std::string reason = cannotRun(descriptor.status.kind, descriptor.manifest.id);
+    return descriptor.status.message ? reason + " " + *descriptor.status.message : reason;
 }
 
 } // namespace varnel

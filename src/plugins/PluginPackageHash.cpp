@@ -258,22 +258,22 @@ std::string describe(const PluginPackageHashError& error) {
     const std::string path = readablePath(error.path);
     switch (error.kind) {
     case Kind::symbolicLink:
-        return localized("Plugin package contains a symbolic link: " + path);
+        return localized("Plugin package contains a symbolic link: %1", {path});
     case Kind::unsupportedEntry:
-        return localized("Plugin package contains an unsupported item: " + path);
+        return localized("Plugin package contains an unsupported item: %1", {path});
     case Kind::escapingPath:
-        return localized("Plugin package contains an invalid path: " + path);
+        return localized("Plugin package contains an invalid path: %1", {path});
     case Kind::invalidName:
-        return localized("Plugin package contains a file name that is not UTF-8: " + path);
+        return localized("Plugin package contains a file name that is not UTF-8: %1", {path});
     case Kind::changed:
-        return localized("Plugin package changed while it was read: " + path);
+        return localized("Plugin package changed while it was read: %1", {path});
     case Kind::tooLarge:
-        return localized("Plugin package is too large: " + path);
+        return localized("Plugin package is too large: %1", {path});
     case Kind::unreadable:
         break;
     }
-    return localized("Plugin package could not be read: " + path + ": " +
-                     std::system_category().message(error.code));
+    return localized("Plugin package could not be read: %1: %2",
+                     {path, std::system_category().message(error.code)});
 }
 
 std::expected<PluginPackageListing, PluginPackageHashError>
@@ -286,22 +286,22 @@ listPluginPackage(std::string_view packageFolder) {
 
 std::optional<std::string> unsafePermissions(const PluginPackageListing& listing,
                                              std::string_view packageFolder) {
-    auto sentence = [&](const PluginPackageEntry& entry, const char* what) {
-        std::string path = entry.relativePath.empty() ? std::string(packageFolder)
-                                                      : appendPath(packageFolder, entry.relativePath);
-        return localized("Plugin package contains a " + std::string(what) + ": " + path);
+    auto path = [&](const PluginPackageEntry& entry) {
+        return entry.relativePath.empty() ? std::string(packageFolder)
+                                          : appendPath(packageFolder, entry.relativePath);
     };
     for (const PluginPackageEntry& file : listing.files) {
         if (file.mode & S_ISUID)
-            return sentence(file, "set-user-ID file");
+            return localized("Plugin package contains a set-user-ID file: %1", {path(file)});
         if (file.mode & S_ISGID)
-            return sentence(file, "set-group-ID file");
+            return localized("Plugin package contains a set-group-ID file: %1", {path(file)});
         if (file.mode & S_IWOTH)
-            return sentence(file, "file that everybody can write to");
+            return localized("Plugin package contains a file that everybody can write to: %1", {path(file)});
     }
     for (const PluginPackageEntry& folder : listing.folders)
         if (folder.mode & S_IWOTH)
-            return sentence(folder, "folder that everybody can write to");
+            return localized("Plugin package contains a folder that everybody can write to: %1",
+                             {path(folder)});
     return std::nullopt;
 }
 
@@ -411,19 +411,20 @@ PluginPackageChanges comparePluginFiles(const PluginFileDigests& before, const P
 
 std::string describe(const PluginPackageChanges& changes, std::size_t limit) {
     std::string text;
-    auto add = [&](const char* what, const std::vector<std::string>& paths) {
-        if (paths.empty())
-            return;
-        text += (text.empty() ? "" : " ") + std::string(what);
-        for (std::size_t i = 0; i < std::min(paths.size(), limit); ++i)
-            text += (i == 0 ? " " : ", ") + paths[i];
-        if (paths.size() > limit)
-            text += " and " + std::to_string(paths.size() - limit) + " more";
-        text += ".";
+    auto some = [&](const std::vector<std::string>& paths) {
+        const std::size_t count = std::min(paths.size(), limit);
+        std::string list = join({paths.begin(), paths.begin() + static_cast<std::ptrdiff_t>(count)}, ", ");
+        return paths.size() > limit
+                   ? localized("%1 and %2 more", {list, std::to_string(paths.size() - limit)})
+                   : list;
     };
-    add("Added:", changes.added);
-    add("Changed:", changes.changed);
-    add("Removed:", changes.removed);
+    auto add = [&text](const std::string& sentence) { text += (text.empty() ? "" : " ") + sentence; };
+    if (!changes.added.empty())
+        add(localized("Added: %1.", {some(changes.added)}));
+    if (!changes.changed.empty())
+        add(localized("Changed: %1.", {some(changes.changed)}));
+    if (!changes.removed.empty())
+        add(localized("Removed: %1.", {some(changes.removed)}));
     return text;
 }
 

@@ -112,10 +112,11 @@ public:
     std::expected<PluginProcessResult, PluginProcessError> result(std::size_t limit) {
         collect();
         if (!status_->has_value())
-            return std::unexpected(PluginProcessError{Kind::launchFailed,
-                                                      "Could not observe plugin process: " +
-                                                          std::system_category().message(status_->error()),
-                                                      0, status_->error()});
+            return std::unexpected(
+                PluginProcessError{Kind::launchFailed,
+                                   localized("Could not observe plugin process: %1",
+                                             {std::system_category().message(status_->error())}),
+                                   0, status_->error()});
         if (collector_.didExceedLimit())
             return std::unexpected(PluginProcessError{Kind::outputLimitExceeded, {}, limit, 0});
         const int status = **status_;
@@ -207,16 +208,16 @@ TimePoint deadlineAfter(Duration timeout) {
 std::string describe(const PluginProcessError& error) {
     switch (error.kind) {
     case Kind::missingExecutable:
-        return localized("Plugin executable not found at " + error.detail);
+        return localized("Plugin executable not found at %1", {error.detail});
     case Kind::timedOut:
-        return localized("Plugin command '" + error.detail + "' timed out");
+        return localized("Plugin command '%1' timed out", {error.detail});
     case Kind::outputLimitExceeded:
-        return localized("Plugin output exceeded " + std::to_string(error.limit) + " byte limit");
+        return localized("Plugin output exceeded %1 byte limit", {std::to_string(error.limit)});
     case Kind::launchFailed:
     case Kind::invalidResponse:
         break;
     }
-    return localized(error.detail);
+    return error.detail;
 }
 
 std::expected<PluginProcessResult, PluginProcessError> runPluginProcess(const std::string& executable,

@@ -29,32 +29,32 @@ class Validation {
 public:
     std::vector<std::string> messages;
 
-    void say(std::string text) { messages.push_back(localized(text)); }
+    void say(std::string text) { messages.push_back(std::move(text)); }
 
     void check(const PluginActionDescriptor& action) {
-        const std::string quoted = "'" + action.id + "'";
         if (isBlank(action.name))
-            say("Action " + quoted + " must have a name.");
+            say(localized("Action '%1' must have a name.", {action.id}));
         if (action.itemName && isBlank(action.itemName->title))
-            say("Action " + quoted + " has an empty item name title.");
+            say(localized("Action '%1' has an empty item name title.", {action.id}));
         if (action.forms && !areDistinct(*action.forms, &PluginActionFormSchema::id))
-            say("Action " + quoted + " has duplicate forms.");
+            say(localized("Action '%1' has duplicate forms.", {action.id}));
         if (action.forms)
             for (const PluginActionFormSchema& form : *action.forms)
-                check(form, quoted);
-        checkMainElement("Action " + quoted, action.mainElementKey, action.parametersSchema);
+                check(form, action.id);
+        checkMainElement(localized("Action '%1'", {action.id}), action.mainElementKey,
+                         action.parametersSchema);
         if (!areDistinct(action.parametersSchema, &PluginFieldSchema::key))
-            say("Fields in action " + quoted + " must have unique keys.");
+            say(localized("Fields in action '%1' must have unique keys.", {action.id}));
     }
 
 private:
-    void check(const PluginActionFormSchema& form, const std::string& action) {
+    void check(const PluginActionFormSchema& form, const std::string& actionID) {
         if (isBlank(form.title))
-            say("Action form " + action + " must have a name.");
-        checkMainElement("Form '" + form.id + "' in action " + action, form.mainElementKey,
+            say(localized("Action form '%1' must have a name.", {actionID}));
+        checkMainElement(localized("Form '%1' in action '%2'", {form.id, actionID}), form.mainElementKey,
                          form.parametersSchema);
         if (!areDistinct(form.parametersSchema, &PluginFieldSchema::key))
-            say("Fields in form '" + form.id + "' for action " + action + " must have unique keys.");
+            say(localized("Fields in form '%1' for action '%2' must have unique keys.", {form.id, actionID}));
     }
 
     void checkMainElement(const std::string& owner, const std::optional<std::string>& key,
@@ -63,9 +63,9 @@ private:
             return;
         std::string_view wanted = trimmed(*key);
         if (wanted.empty())
-            say(owner + " has an empty mainElementKey.");
+            say(localized("%1 has an empty mainElementKey.", {owner}));
         else if (std::ranges::find(fields, wanted, &PluginFieldSchema::key) == fields.end())
-            say(owner + " references a missing mainElementKey.");
+            say(localized("%1 references a missing mainElementKey.", {owner}));
     }
 };
 
@@ -82,17 +82,17 @@ std::vector<std::string> validatePluginManifest(const PluginManifest& manifest,
                                                 std::string_view executablePath, const PathExists& exists) {
     Validation validation;
     if (isBlank(manifest.id))
-        validation.say("The manifest must include a non-empty ID.");
+        validation.say(localized("The manifest must include a non-empty ID."));
     if (isBlank(manifest.name))
-        validation.say("The manifest must include a capability name.");
+        validation.say(localized("The manifest must include a capability name."));
     if (isBlank(manifest.executable))
-        validation.say("The manifest must specify an executable.");
+        validation.say(localized("The manifest must specify an executable."));
     if (!exists(std::string(executablePath)))
-        validation.say("The executable does not exist.");
+        validation.say(localized("The executable does not exist."));
     if (!executablePath.starts_with(standardizedPath(packageFolder) + "/"))
-        validation.say("The executable must be inside the capability package.");
+        validation.say(localized("The executable must be inside the capability package."));
     if (!areDistinct(manifest.actions, &PluginActionDescriptor::id))
-        validation.say("Action IDs must be unique.");
+        validation.say(localized("Action IDs must be unique."));
     for (const PluginActionDescriptor& action : manifest.actions)
         validation.check(action);
     return std::move(validation.messages);

@@ -26,8 +26,8 @@ constexpr std::string_view kStagingPrefix = ".staging-";
 
 std::unexpected<PluginVerificationError> noCopy(int code) {
     return std::unexpected(PluginVerificationError{
-        Kind::noCopy, localized("Could not prepare the private copy of the capability: " +
-                                std::system_category().message(code))});
+        Kind::noCopy, localized("Could not prepare the private copy of the capability: %1",
+                                {std::system_category().message(code)})});
 }
 
 std::unexpected<PluginVerificationError> differs(std::string message = {}) {
