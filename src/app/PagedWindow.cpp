@@ -23,7 +23,8 @@ namespace varnel {
 namespace {
 
 constexpr int kMarkTime = 1200; // milliseconds
-constexpr int kMarkMargin = 6;
+constexpr int kMarkInset = 3;
+constexpr int kMarkRadius = 6;
 constexpr int kEntryIndent = 3; // of spaces
 
 /// A frame around a setting that was searched for; vanishes by itself.
@@ -32,7 +33,7 @@ public:
     explicit FoundMark(QWidget& found)
         : QWidget(found.parentWidget()) {
         setAttribute(Qt::WA_TransparentForMouseEvents);
-        setGeometry(found.geometry().marginsAdded({kMarkMargin, kMarkMargin, kMarkMargin, kMarkMargin}));
+        setGeometry(found.geometry().adjusted(kMarkInset, kMarkInset, -kMarkInset, -kMarkInset));
         QTimer::singleShot(kMarkTime, this, &QObject::deleteLater);
         show();
         raise();
@@ -43,7 +44,7 @@ protected:
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), kMarkMargin, kMarkMargin);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), kMarkRadius, kMarkRadius);
     }
 };
 
@@ -99,7 +100,7 @@ PagedWindow::PagedWindow(const QString& title, std::vector<SettingsPage> pages)
     connect(search_, &QLineEdit::textChanged, this, [this](const QString& text) { search(text); });
     connect(search_, &QLineEdit::returnPressed, this, [this] { enterRow(list_->currentRow()); });
     setTabOrder(search_, list_);
-    resize(fontMetrics().averageCharWidth() * 125, fontMetrics().height() * 38);
+    resize(fontMetrics().averageCharWidth() * 125, fontMetrics().height() * 44);
     list_->setCurrentRow(0);
 }
 
@@ -170,32 +171,34 @@ void PagedWindow::enterRow(int index) {
 }
 
 void PagedWindow::search(const QString& text) {
-    int first = -1;
-    int firstEntry = -1;
+    enum Rank { inTitle, ofPage, inText, none };
+    int best = -1;
+    Rank bestRank = none;
     int pageRow = 0;
     for (int index = 0; index < list_->count(); ++index) {
         const Row& row = rows_[static_cast<std::size_t>(index)];
         const SettingsPage& page = pages_[row.page];
-        const bool matches =
-            row.entry ? !text.isEmpty() && containsWords(row.entry->title + ' ' + row.entry->searchText, text)
-                      : containsWords(page.title + ' ' + page.searchText, text);
+        const QString& title = row.entry ? row.entry->title : page.title;
+        const QString& more = row.entry ? row.entry->searchText : page.searchText;
+        const bool matches = (!row.entry || !text.isEmpty()) && containsWords(title + ' ' + more, text);
         pageRow = row.entry ? pageRow : index;
         list_->item(index)->setHidden(!matches);
         if (!matches)
             continue;
         list_->item(pageRow)->setHidden(false);
-        first = first < 0 ? pageRow : first;
-        if (row.entry && firstEntry < 0)
-            firstEntry = index;
+        const bool isInTitle = containsWords(title, text);
+        const Rank rank = !isInTitle ? inText : row.entry ? inTitle : ofPage;
+        if (rank < bestRank) {
+            bestRank = rank;
+            best = index;
+        }
     }
-    nothing_->setVisible(first < 0);
+    nothing_->setVisible(best < 0);
     const QListWidgetItem* current = list_->currentItem();
-    if (firstEntry >= 0)
-        list_->setCurrentRow(firstEntry);
+    if (!text.isEmpty() && best >= 0)
+        list_->setCurrentRow(best);
     else if (text.isEmpty() && current)
         list_->setCurrentRow(rowOf(rows_[static_cast<std::size_t>(list_->row(current))].page));
-    else if (first >= 0 && (!current || current->isHidden()))
-        list_->setCurrentRow(first);
 }
 
 /// The arrow keys choose among what was found while one types.

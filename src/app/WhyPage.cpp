@@ -3,9 +3,7 @@
 #include "app/Look.h"
 #include "app/QtText.h"
 #include "app/settings/SettingRows.h"
-#include "app/settings/WhyLines.h"
 #include "base/Localized.h"
-#include "keyboard/HotkeyManager.h"
 
 #include <QAbstractTableModel>
 #include <QClipboard>
@@ -61,8 +59,8 @@ private:
 
 class WhyView final : public QWidget {
 public:
-    explicit WhyView(HotkeyManager& hotkeys)
-        : hotkeys_(hotkeys)
+    explicit WhyView(WhyPageContext context)
+        : context_(std::move(context))
         , list_(new QTreeView(this))
         , none_(makeParagraph(
               qtText(localized("Nothing has been decided yet. Type a shortcut, and what becomes "
@@ -88,7 +86,7 @@ public:
 
 protected:
     void showEvent(QShowEvent* event) override {
-        changes_ = hotkeys_.observe(HotkeyManager::Topic::decisions, [this] { read(); });
+        changes_ = context_.observe([this] { read(); });
         read();
         QWidget::showEvent(event);
     }
@@ -105,6 +103,7 @@ private:
         list_->setRootIsDecorated(false);
         list_->setHeaderHidden(true);
         list_->setWordWrap(true);
+        list_->setItemDelegate(new RoomyDelegate(list_));
         list_->setAllColumnsShowFocus(true);
         list_->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
         list_->header()->setStretchLastSection(true);
@@ -118,7 +117,7 @@ private:
         const auto& lines = table_.lines();
         const int row = list_->currentIndex().row();
         const std::uint64_t current = row >= 0 ? lines[static_cast<std::size_t>(row)].number : 0;
-        table_.setLines(whyLines(hotkeys_.decisions(), hotkeys_.decisionContext()));
+        table_.setLines(context_.lines());
         for (std::size_t i = 0; current != 0 && i < lines.size(); ++i)
             if (lines[i].number == current)
                 list_->setCurrentIndex(table_.index(static_cast<int>(i), 0));
@@ -135,7 +134,7 @@ private:
         announce(*copied_);
     }
 
-    HotkeyManager& hotkeys_;
+    WhyPageContext context_;
     WhyTable table_;
     QTreeView* list_;
     QLabel* none_;
@@ -144,7 +143,7 @@ private:
     Subscription changes_; ///< while the page is seen
 };
 
-std::unique_ptr<QWidget> makePage(HotkeyManager& hotkeys) {
+std::unique_ptr<QWidget> makePage(const WhyPageContext& context) {
     QVBoxLayout* layout = nullptr;
     auto page = makeSettingsPage(
         localized("Why did nothing happen?"),
@@ -152,16 +151,16 @@ std::unique_ptr<QWidget> makePage(HotkeyManager& hotkeys) {
             "What became of the latest keys of shortcuts, the latest first. Keys that belong to no shortcut "
             "are only counted, never kept."),
         layout);
-    layout->addWidget(new WhyView(hotkeys), 1);
+    layout->addWidget(new WhyView(context), 1);
     return page;
 }
 
 } // namespace
 
-SettingsPage makeWhyPage(HotkeyManager& hotkeys) {
+SettingsPage makeWhyPage(const WhyPageContext& context) {
     return {QStringLiteral("why"), qtText(localized("Why did nothing happen?")),
             qtText(localized("diagnostics decisions log monitor problem trouble ignored key")),
-            [&hotkeys] { return makePage(hotkeys); }};
+            [context] { return makePage(context); }};
 }
 
 } // namespace varnel

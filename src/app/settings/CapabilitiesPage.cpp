@@ -6,18 +6,21 @@
 #include "app/settings/SettingsPages.h"
 #include "base/Localized.h"
 
-#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QPointer>
 #include <QTreeView>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace varnel {
 
 namespace {
 
-constexpr int kListLines = 9;
+constexpr int kLeastLines = 3;
+constexpr int kMostLines = 8;
 
 std::string bulleted(const std::vector<std::string>& lines) {
     std::string text;
@@ -36,8 +39,8 @@ public:
         , hash_(makeNote({}, this))
         , reason_(makeParagraph({}, this))
         , more_(makeParagraph({}, this))
-        , place_(makeNote({}, this))
         , outcome_(makeParagraph({}, this))
+        , place_(makePathField(localized("Place of the package")))
         , buttons_(new QHBoxLayout) {
         auto* layout = new QVBoxLayout(this);
         layout->setContentsMargins(12, 12, 12, 12);
@@ -45,8 +48,9 @@ public:
         for (QLabel* label : {name_, facts_, hash_, reason_})
             layout->addWidget(label);
         layout->addLayout(buttons_);
-        for (QLabel* label : {outcome_, more_, place_})
-            layout->addWidget(label);
+        layout->addWidget(outcome_);
+        layout->addWidget(more_);
+        layout->addWidget(place_);
         buttons_->setSpacing(8);
         outcome_->setForegroundRole(QPalette::Link);
         outcome_->setObjectName(QStringLiteral("outcome"));
@@ -141,7 +145,8 @@ private:
     std::shared_ptr<CapabilityDecisions> decisions_;
     CapabilityRow row_;
     bool isBusy_ = false; ///< something decided is being carried out
-    QLabel *name_, *facts_, *hash_, *reason_, *more_, *place_, *outcome_;
+    QLabel *name_, *facts_, *hash_, *reason_, *more_, *outcome_;
+    QLineEdit* place_;
     QHBoxLayout* buttons_;
 };
 
@@ -171,6 +176,8 @@ protected:
     void showEvent(QShowEvent* event) override {
         changes_ = decisions_->observe([this] { read(); });
         read();
+        // What the user has just installed or changed is looked at anew.
+        decisions_->rescan();
         QWidget::showEvent(event);
     }
     void hideEvent(QHideEvent* event) override {
@@ -191,7 +198,7 @@ private:
         list_->header()->setSectionResizeMode(0, QHeaderView::Stretch);
         for (int column = 1; column < 3; ++column)
             list_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
-        list_->setFixedHeight((fontMetrics().height() + 6) * kListLines);
+        list_->setItemDelegate(new RoomyDelegate(list_));
         connect(list_->selectionModel(), &QItemSelectionModel::currentChanged, this,
                 [this] { showCurrent(); });
     }
@@ -206,6 +213,10 @@ private:
         none_->setVisible(isEmpty);
         list_->setVisible(!isEmpty);
         card_->setVisible(!isEmpty);
+        const int rows = std::clamp(table_.rowCount(), kLeastLines, kMostLines);
+        list_->setFixedHeight(list_->header()->sizeHint().height() +
+                              rows * std::max(list_->sizeHintForRow(0), fontMetrics().height()) +
+                              2 * list_->frameWidth());
         showCurrent();
     }
 

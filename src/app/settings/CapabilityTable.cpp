@@ -21,7 +21,7 @@ constexpr int kMarkSize = 14;
 constexpr int kMarkDetail = 4; ///< pixels for each, so that it is sharp on every screen
 
 /// Told apart by shape: a disc, a ring, a triangle.
-QPixmap markPicture(CapabilityRow::Mark mark) {
+QPixmap markPicture(CapabilityRow::Mark mark, bool isSelected) {
     QPixmap picture(kMarkSize * kMarkDetail, kMarkSize * kMarkDetail);
     picture.setDevicePixelRatio(kMarkDetail);
     picture.fill(Qt::transparent);
@@ -31,11 +31,12 @@ QPixmap markPicture(CapabilityRow::Mark mark) {
     switch (mark) {
     case CapabilityRow::Mark::on:
         painter.setPen(Qt::NoPen);
-        painter.setBrush(palette.color(QPalette::Highlight));
+        painter.setBrush(palette.color(isSelected ? QPalette::HighlightedText : QPalette::Highlight));
         painter.drawEllipse(QRectF(3, 3, 8, 8));
         break;
     case CapabilityRow::Mark::off:
-        painter.setPen(QPen(palette.color(QPalette::PlaceholderText), 1.5));
+        painter.setPen(
+            QPen(palette.color(isSelected ? QPalette::HighlightedText : QPalette::PlaceholderText), 1.5));
         painter.drawEllipse(QRectF(3.5, 3.5, 7, 7));
         break;
     case CapabilityRow::Mark::attention:
@@ -45,6 +46,12 @@ QPixmap markPicture(CapabilityRow::Mark mark) {
         break;
     }
     return picture;
+}
+
+QIcon markIcon(CapabilityRow::Mark mark) {
+    QIcon icon(markPicture(mark, false));
+    icon.addPixmap(markPicture(mark, true), QIcon::Selected);
+    return icon;
 }
 
 } // namespace
@@ -84,7 +91,7 @@ QVariant CapabilityTable::data(const QModelIndex& index, int role) const {
     if (!found)
         return {};
     if (role == Qt::DecorationRole && index.column() == nameColumn)
-        return markPicture(found->mark);
+        return markIcon(found->mark);
     // Those who hear the list do not see the mark, nor the other columns at once.
     if (role == Qt::AccessibleTextRole && index.column() == nameColumn)
         return qtText(localized("%1: %2", {found->name, found->status}));

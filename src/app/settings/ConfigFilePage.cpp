@@ -9,6 +9,7 @@
 
 #include <QFileDialog>
 #include <QHBoxLayout>
+#include <QLineEdit>
 #include <QPointer>
 #include <QVBoxLayout>
 
@@ -27,33 +28,37 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
-    void addButton(QHBoxLayout& row, Operation operation, const char* name);
+    QWidget* makeOperationRow(Operation operation, const char* name, const std::string& explanation);
     void begin(Operation operation);
     void ask(Operation operation);
     void carryOut(Operation operation, const std::string& path);
     void read();
 
     ConfigFilePageContext context_;
-    QLabel *path_, *content_, *problem_, *nextStart_, *outcome_;
+    QLineEdit* path_;
+    QLabel *content_, *problem_, *nextStart_, *outcome_;
     QPushButton* default_ = nullptr;
     Subscription changes_; ///< while the page is seen
 };
 
 ConfigFileView::ConfigFileView(ConfigFilePageContext context)
     : context_(std::move(context))
-    , path_(makeTitle({}, this))
+    , path_(makePathField(localized("Active configuration file")))
     , content_(makeNote({}, this))
     , problem_(makeParagraph({}, this))
     , nextStart_(makeNote({}, this))
     , outcome_(makeParagraph({}, this)) {
-    path_->setAccessibleName(qtText(localized("Active configuration file")));
+    QFont font = path_->font();
+    font.setWeight(QFont::DemiBold);
+    path_->setFont(font);
     problem_->setForegroundRole(QPalette::Link);
     outcome_->setObjectName(QStringLiteral("outcome"));
     auto* card = new Card(this);
     auto* texts = new QVBoxLayout(card);
     texts->setContentsMargins(12, 12, 12, 12);
     texts->setSpacing(6);
-    for (QLabel* label : {path_, content_, problem_, nextStart_})
+    texts->addWidget(path_);
+    for (QLabel* label : {content_, problem_, nextStart_})
         texts->addWidget(label);
     auto* edit = makeButton(qtText(localized("Open in &Editor")), this);
     connect(edit, &QPushButton::clicked, this, [this] { context_.actions.openConfiguration(); });
@@ -61,29 +66,34 @@ ConfigFileView::ConfigFileView(ConfigFilePageContext context)
     texts->addSpacing(6);
     texts->addWidget(edit, 0, Qt::AlignLeft);
 
-    auto* row = new QHBoxLayout;
-    row->setSpacing(8);
-    addButton(*row, Operation::open, "open");
-    addButton(*row, Operation::create, "create");
-    addButton(*row, Operation::useDefault, "default");
-    row->addStretch(1);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(14);
     layout->addWidget(card);
-    layout->addLayout(row);
+    layout->addWidget(makeRowCard(
+        {makeOperationRow(Operation::open, "open", varnel::texts(Operation::open).panelMessage),
+         makeOperationRow(Operation::create, "create", varnel::texts(Operation::create).panelMessage),
+         makeOperationRow(Operation::useDefault, "default", context_.config.defaultConfigURL())}));
     layout->addWidget(outcome_);
     outcome_->hide();
     read();
 }
 
-void ConfigFileView::addButton(QHBoxLayout& row, Operation operation, const char* name) {
-    auto* button = makeButton(qtText(texts(operation).label), this);
+QWidget* ConfigFileView::makeOperationRow(Operation operation, const char* name,
+                                          const std::string& explanation) {
+    auto* button = makeButton(qtText(texts(operation).label));
     button->setObjectName(QLatin1String(name));
+    button->setAccessibleDescription(qtText(explanation));
     connect(button, &QPushButton::clicked, this, [this, operation] { begin(operation); });
-    row.addWidget(button);
     if (operation == Operation::useDefault)
         default_ = button;
+    auto* row = new QWidget;
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins(12, 12, 12, 12);
+    layout->setSpacing(12);
+    layout->addWidget(makeNote(qtText(explanation)), 1);
+    layout->addWidget(button);
+    return row;
 }
 
 void ConfigFileView::begin(Operation operation) {
@@ -130,6 +140,7 @@ void ConfigFileView::carryOut(Operation operation, const std::string& path) {
 void ConfigFileView::read() {
     const ConfigFileState state = configFileState(context_.config, context_.preferences);
     path_->setText(qtText(state.path));
+    path_->setCursorPosition(0);
     content_->setText(qtText(state.content));
     problem_->setText(qtText(state.problem));
     problem_->setVisible(!state.problem.empty());

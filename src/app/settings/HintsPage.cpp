@@ -23,7 +23,7 @@ std::unique_ptr<QWidget> makePage(const HintsPageContext& context) {
                                       changed();
                               }};
     const HintSettings settings = hintSettings();
-    auto* sample = makeButton(qtText(localized("Show a Sample on the Scree&n")));
+    auto* sample = makeButton(qtText(localized("Show a Sample on the S&creen")));
     QObject::connect(sample, &QPushButton::clicked, sample, [show = context.showSample] { show(); });
     layout->addWidget(preview);
     layout->addWidget(sample, 0, Qt::AlignHCenter);

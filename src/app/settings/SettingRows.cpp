@@ -53,11 +53,11 @@ void SettingRow::place(QWidget* title, QWidget* control) {
     layout_->addWidget(title, 0, 0);
     int row = 1;
     if (explanation_)
-        layout_->addWidget(explanation_, row++, 0, 1, control ? 1 : 2, Qt::AlignTop);
+        layout_->addWidget(explanation_, row++, 0, 1, 2);
     layout_->addWidget(note_, row, 0, 1, 2);
     QWidget* focused = control ? control : title;
     if (control)
-        layout_->addWidget(control, 0, 1, explanation_ ? 2 : 1, 1, Qt::AlignTop | Qt::AlignRight);
+        layout_->addWidget(control, 0, 1, Qt::AlignRight);
     focused->installEventFilter(this);
     if (explanation_)
         focused->setAccessibleDescription(explanation_->text());
@@ -246,6 +246,21 @@ QLabel* makeSectionTitle(const std::string& text) {
     label->setFont(font);
     label->setContentsMargins(0, 6, 0, 0);
     return label;
+}
+
+QLineEdit* makePathField(const std::string& name) {
+    auto* field = new QLineEdit;
+    field->setReadOnly(true);
+    field->setFrame(false);
+    field->setAccessibleName(qtText(name));
+    QPalette palette = field->palette();
+    palette.setColor(QPalette::Base, Qt::transparent);
+    field->setPalette(palette);
+    return field;
+}
+
+QSize RoomyDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
+    return QStyledItemDelegate::sizeHint(option, index) + QSize(16, 8);
 }
 
 void announce(QLabel& label) {

@@ -4,6 +4,7 @@
 #include "app/settings/Settings.h"
 #include "base/PreferenceStore.h"
 
+#include <QStyledItemDelegate>
 #include <QWidget>
 
 #include <functional>
@@ -14,6 +15,7 @@ class QCheckBox;
 class QComboBox;
 class QGridLayout;
 class QLabel;
+class QLineEdit;
 class QSpinBox;
 class QVBoxLayout;
 
@@ -100,6 +102,15 @@ std::unique_ptr<QWidget> makeSettingsPage(const std::string& heading, const std:
 QWidget* makeRowCard(const std::vector<QWidget*>& rows);
 /// A title above a panel.
 QLabel* makeSectionTitle(const std::string& text);
+/// A path that can be read to its end and copied however long it is.
+QLineEdit* makePathField(const std::string& name);
+
+/// Rows that stand a little apart.
+class RoomyDelegate final : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+};
 /// Has assistive technology say the label's text.
 void announce(QLabel& label);
 
