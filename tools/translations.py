@@ -95,6 +95,7 @@ def operation_texts(tokens):
 VARIABLE_KEYS = {
     "src/documents/ActionPhrase.cpp": ("src/commands/WindowManagerOperations.cpp", operation_texts),
     "src/cli/CommandLine.cpp": ("src/cli/", help_texts),
+    "src/cli/verbs/OperationsVerb.cpp": ("src/commands/WindowManagerOperations.cpp", operation_texts),
     "src/base/Localized.h": (None, None),  # the function itself
 }
 

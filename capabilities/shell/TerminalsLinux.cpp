@@ -1,5 +1,7 @@
 #include "capabilities/shell/Terminals.h"
 
+#include "base/Localized.h"
+
 #include <algorithm>
 #include <string_view>
 
@@ -38,7 +40,7 @@ std::expected<std::vector<std::string>, std::string> terminalCommandLine(const s
     std::string program =
         application.empty() || application == "terminal" ? "x-terminal-emulator" : application;
     if (program.front() == '-')
-        return std::unexpected("'" + program + "' is no terminal application.");
+        return std::unexpected(localized("'%1' is no terminal application.", {program}));
     const std::string_view name = std::string_view(program).substr(program.rfind('/') + 1);
     const auto known = std::ranges::find(terminals(), name, &Terminal::name);
     // Whatever else calls itself a terminal emulator understands xterm's -e with separate arguments.

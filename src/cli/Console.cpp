@@ -1,5 +1,6 @@
 #include "cli/Console.h"
 
+#include "base/Localized.h"
 #include "base/UniqueFd.h"
 
 #include <fcntl.h>
@@ -22,6 +23,10 @@ bool isWorthRetrying(int descriptor, short events) {
         return ::poll(&entry, 1, -1) > 0 || errno == EINTR;
     }
     return errno == EINTR;
+}
+
+std::string nameOf(const std::string& path) {
+    return path == "-" ? localized("standard input") : path;
 }
 
 } // namespace
@@ -80,9 +85,9 @@ ReadTextResult readText(const std::string& path) {
             got = 1;
     }
     if (got < 0)
-        result.error = "cannot read " + (path == "-" ? "standard input" : path) + ": " + std::strerror(errno);
+        result.error = localized("cannot read %1: %2", {nameOf(path), std::strerror(errno)});
     else if (result.text.size() > kMaximumInput)
-        result.error = (path == "-" ? "standard input" : path) + " is larger than 256 MB";
+        result.error = localized("%1 is larger than 256 MB", {nameOf(path)});
     return result;
 }
 

@@ -2,6 +2,7 @@
 
 #include "base/JSONReader.h"
 #include "base/JSONWriter.h"
+#include "base/Localized.h"
 #include "runtime/LocalSocket.h"
 
 #include <poll.h>
@@ -107,12 +108,12 @@ std::expected<UniqueFd, Error> ask(const RuntimePaths& paths, const JSONValue::O
     if (!connected) {
         int code = connected.error();
         if (code == ENOENT || code == ECONNREFUSED || code == ENOTDIR)
-            return std::unexpected(Error{Error::Kind::notRunning, "Varnel is not running"});
+            return std::unexpected(Error{Error::Kind::notRunning, localized("Varnel is not running")});
         return std::unexpected(
-            failed("cannot reach the running application: " + std::string(std::strerror(code))));
+            failed(localized("cannot reach the running application: %1", {std::strerror(code)})));
     }
     if (!sendAll(connected->get(), writeCompactJSON(request) + "\n", deadline))
-        return std::unexpected(failed("the running application does not listen"));
+        return std::unexpected(failed(localized("the running application does not listen")));
     return std::move(*connected);
 }
 
@@ -126,7 +127,7 @@ sendControlRequest(const RuntimePaths& paths, const JSONValue::Object& request, 
         return std::unexpected(connection.error());
     auto answer = readJSON(LineReader(connection->get()).next(deadline).value_or(""));
     if (!answer || !answer->object())
-        return std::unexpected(failed("the running application does not answer"));
+        return std::unexpected(failed(localized("the running application does not answer")));
     return std::move(*answer->object());
 }
 
@@ -142,11 +143,11 @@ followControl(const RuntimePaths& paths, const JSONValue::Object& request,
     for (auto line = reader.next(never); line; line = reader.next(never)) {
         auto object = readJSON(*line);
         if (!object || !object->object())
-            return std::unexpected(failed("the running application does not answer"));
+            return std::unexpected(failed(localized("the running application does not answer")));
         if (!onLine(*object->object()))
             return {};
     }
-    return std::unexpected(failed("the running application has ended"));
+    return std::unexpected(failed(localized("the running application has ended")));
 }
 
 } // namespace varnel

@@ -32,7 +32,8 @@ constexpr std::ptrdiff_t kMaximumFollowers = 4;
 constexpr Duration kStallInterval = 1s, kStallPatience = 60s;
 
 ControlServerError unavailable(const std::string& path, int code) {
-    return {ControlServerError::Kind::unavailable, "no control socket: " + path + ": " + std::strerror(code)};
+    return {ControlServerError::Kind::unavailable,
+            localized("no control socket: %1: %2", {path, std::strerror(code)})};
 }
 
 /// The folder of the sockets, for the user alone.

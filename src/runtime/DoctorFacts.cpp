@@ -1,3 +1,4 @@
+#include "base/Localized.h"
 #include "base/PosixFileSystem.h"
 #include "base/SharedPreferences.h"
 #include "config/ConfigDocument.h"
@@ -36,7 +37,7 @@ DoctorConfiguration lookAtConfiguration(FileSystem& files, const std::string& pa
     const auto info = files.info(path);
     if (!info || info->kind != FileSystem::Info::Kind::file) {
         if (info)
-            config.error = "it is no file";
+            config.error = localized("it is no file");
         return config;
     }
     const auto text = files.readFile(path);

@@ -1,3 +1,4 @@
+#include "base/Localized.h"
 #include "cli/ConfigInput.h"
 #include "cli/verbs/ConflictLine.h"
 
@@ -12,7 +13,7 @@ int run(const VerbCall& call, Console& console) {
     if (const auto text = call.value(kExcept.name)) {
         excluded = Uuid::parse(*text);
         if (!excluded) {
-            console.complain("--except needs an identifier of 36 characters, not '" + *text + "'");
+            console.complain(localized("--except needs an identifier of 36 characters, not '%1'", {*text}));
             return ExitStatus::failed;
         }
     }

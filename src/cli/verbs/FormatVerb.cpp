@@ -1,3 +1,4 @@
+#include "base/Localized.h"
 #include "cli/ConfigInput.h"
 #include "config/ConfigDocument.h"
 
@@ -31,7 +32,7 @@ int run(const VerbCall& call, Console& console) {
     bool isCanonical = file->text == *canonical || file->text == *canonical + "\n";
     if (check) {
         if (!isCanonical)
-            console.complain(file->path + " is not in its canonical form");
+            console.complain(localized("%1 is not in its canonical form", {file->path}));
         return isCanonical ? ExitStatus::fine : ExitStatus::no;
     }
     if (!write) {

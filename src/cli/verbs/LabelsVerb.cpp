@@ -1,3 +1,4 @@
+#include "base/Localized.h"
 #include "cli/Verb.h"
 #include "keyboard/notation/ChoiceLabels.h"
 
@@ -15,7 +16,7 @@ int run(const VerbCall& call, Console& console) {
     long long count = 0;
     auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
     if (error != std::errc() || end != text.data() + text.size() || count > kMaximumLabels) {
-        console.complain("N is a whole number up to " + std::to_string(kMaximumLabels));
+        console.complain(localized("N is a whole number up to %1", {std::to_string(kMaximumLabels)}));
         return ExitStatus::failed;
     }
     for (const std::string& label : ChoiceLabels::labels(count, call.has("--full")))

@@ -1,3 +1,4 @@
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "cli/JSONLine.h"
 #include "cli/Verb.h"
@@ -26,8 +27,7 @@ std::string asJSON(const WindowManagerOperation& operation) {
 void printForPeople(const WindowManagerOperation& operation, Console& console) {
     std::string line(operation.id);
     line.resize(std::max<std::size_t>(line.size() + 2, 36), ' ');
-    console.out.line(line + std::string(operation.description) + "  [" + std::string(operation.example) +
-                     "]");
+    console.out.line(line + localized(operation.description) + "  [" + std::string(operation.example) + "]");
 }
 
 int runOne(const std::string& id, bool json, Console& console) {
@@ -37,8 +37,8 @@ int runOne(const std::string& id, bool json, Console& console) {
         for (const WindowManagerOperation& each : windowManagerOperations())
             known.emplace_back(each.id);
         const std::string guess = nearest(id, known);
-        console.complain("there is no operation '" + id + "'" +
-                         (guess.empty() ? "" : "; did you mean '" + guess + "'?"));
+        const std::string message = localized("there is no operation '%1'", {id});
+        console.complain(guess.empty() ? message : localized("%1; did you mean '%2'?", {message, guess}));
         return ExitStatus::failed;
     }
     if (json)

@@ -1,4 +1,5 @@
 #include "base/JSONReader.h"
+#include "base/Localized.h"
 #include "base/PosixFileSystem.h"
 #include "base/SharedPreferences.h"
 #include "base/Text.h"
@@ -69,11 +70,12 @@ public:
             return found[0];
         if (found.empty()) {
             const std::string guess = nearest(word, ids);
-            return std::unexpected("there is no capability '" + word + "'" +
-                                   (guess.empty() ? "" : "; did you mean '" + guess + "'?"));
+            const std::string message = localized("there is no capability '%1'", {word});
+            return std::unexpected(guess.empty() ? message
+                                                 : localized("%1; did you mean '%2'?", {message, guess}));
         }
         std::string message =
-            "several capabilities have the ID '" + word + "'; give the path of one instead:";
+            localized("several capabilities have the ID '%1'; give the path of one instead:", {word});
         for (const Descriptor& descriptor : found)
             message += "\n  " + descriptor->pluginURL;
         return std::unexpected(message);
@@ -315,13 +317,14 @@ int runPlugins(const VerbCall& call, Console& console) {
             continue;
         if (call.arguments.size() == subVerb.count + 1)
             return subVerb.run(call, console);
-        console.complain("usage: varnel plugins " + std::string(subVerb.name) +
-                         std::string(subVerb.arguments));
+        console.complain(localized("usage: varnel plugins %1",
+                                   {std::string(subVerb.name) + std::string(subVerb.arguments)}));
         return ExitStatus::failed;
     }
     const std::string guess = nearest(call.arguments[0], names);
-    console.complain("plugins has no verb '" + call.arguments[0] + "'" +
-                     (guess.empty() ? "; it has " + join(names, ", ") : "; did you mean '" + guess + "'?"));
+    const std::string message = localized("plugins has no verb '%1'", {call.arguments[0]});
+    console.complain(guess.empty() ? localized("%1; it has %2", {message, join(names, ", ")})
+                                   : localized("%1; did you mean '%2'?", {message, guess}));
     return ExitStatus::failed;
 }
 

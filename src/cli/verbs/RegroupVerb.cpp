@@ -1,3 +1,4 @@
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "cli/ConfigInput.h"
 #include "cli/verbs/ConflictLine.h"
@@ -29,7 +30,7 @@ std::vector<std::string> stepsOf(std::string_view trigger) {
 void warnOfSteps(const std::vector<std::string>& steps, Console& console) {
     for (const std::string& step : steps)
         if (const std::string reason = KeyTokenCodec::explain(step); !reason.empty())
-            console.complain("warning: " + reason);
+            console.complain(localized("warning: %1", {reason}));
 }
 
 int run(const VerbCall& call, Console& console) {

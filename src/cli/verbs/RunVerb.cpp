@@ -1,3 +1,4 @@
+#include "base/Localized.h"
 #include "base/MainEventLoop.h"
 #include "cli/RunOptions.h"
 
@@ -15,7 +16,7 @@ namespace {
 /// the result says why.
 std::string startWithWindows(const VerbCall& call, const ApplicationOptions& options) {
     if (options.paths.display.empty() && !std::getenv("WAYLAND_DISPLAY"))
-        return "there is no display";
+        return localized("there is no display");
     std::string program = appendPath(options.programFolder, "varnel-app");
     std::vector<std::string> words{program};
     for (const auto& [name, value] : call.options)
@@ -25,14 +26,14 @@ std::string startWithWindows(const VerbCall& call, const ApplicationOptions& opt
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
     ::execv(program.c_str(), arguments.data());
-    return program + " cannot be started (" + std::strerror(errno) + ")";
+    return localized("%1 cannot be started (%2)", {program, std::strerror(errno)});
 }
 
 int run(const VerbCall& call, Console& console) {
     ApplicationOptions options = applicationOptions(call);
     if (!call.has("--headless")) {
         std::string reason = startWithWindows(call, options);
-        console.complain(reason + "; running without windows");
+        console.complain(localized("%1; running without windows", {reason}));
     }
     const auto loop = makeMainEventLoop();
     return runApplication(*loop, std::move(options), console);

@@ -1,3 +1,4 @@
+#include "base/Localized.h"
 #include "base/Log.h"
 #include "cli/JSONLine.h"
 #include "cli/Verb.h"
@@ -47,7 +48,8 @@ std::optional<Outcome> sendOverApplication(const std::string& token, bool isLoca
         return std::nullopt;
     const auto message = answer->find("message");
     const std::string* text = message == answer->end() ? nullptr : message->second.string();
-    return Outcome{isTrue(*answer, "success"), text ? *text : "Failed to send shortcut: " + token};
+    return Outcome{isTrue(*answer, "success"),
+                   text ? *text : localized("Failed to send shortcut: %1", {token})};
 }
 
 Outcome sendDirectly(const std::string& token, bool isLocal, const ParsedKeyToken& parsed) {
@@ -65,7 +67,8 @@ int run(const VerbCall& call, Console& console) {
     const auto parsed = KeyTokenCodec::parse(token);
     if (!parsed) {
         const std::string why = KeyTokenCodec::explain(token);
-        console.complain(why.empty() ? "'" + token + "': a shortcut needs a key besides its modifiers" : why);
+        console.complain(
+            why.empty() ? localized("'%1': a shortcut needs a key besides its modifiers", {token}) : why);
         return ExitStatus::failed;
     }
     for (const KeyboardShortcutEvent& event : makeShortcutEvents(parsed->normalizedToken, parsed->keyCode))

@@ -1,4 +1,5 @@
 #include "activation/RunningApplications.h"
+#include "base/Localized.h"
 #include "base/Log.h"
 #include "cli/JSONLine.h"
 #include "cli/Verb.h"
@@ -67,7 +68,7 @@ int focus(WindowServices& services, const std::vector<RunningWindow>& windows, c
     const auto number = parseIdentifier(call.arguments[1]);
     const auto window = number ? std::ranges::find(windows, *number, &RunningWindow::id) : windows.end();
     if (window == windows.end()) {
-        console.complain("there is no window '" + call.arguments[1] + "'");
+        console.complain(localized("there is no window '%1'", {call.arguments[1]}));
         return ExitStatus::failed;
     }
     const auto done = services.activate(*window);
@@ -85,7 +86,7 @@ int run(const VerbCall& call, Console& console) {
     const bool isFocus = !call.arguments.empty() && call.arguments[0] == "focus";
     const bool isList = call.arguments.empty() || call.arguments[0] == "list";
     if ((!isFocus && !isList) || call.arguments.size() != (isFocus ? 2u : call.arguments.empty() ? 0u : 1u)) {
-        console.complain("windows takes 'list' or 'focus ID'");
+        console.complain(localized("windows takes 'list' or 'focus ID'"));
         return ExitStatus::failed;
     }
     StandardErrorLog log;

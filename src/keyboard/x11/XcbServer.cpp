@@ -1,5 +1,6 @@
 #include "keyboard/x11/XcbServer.h"
 
+#include "base/Localized.h"
 #include "keyboard/x11/XcbReply.h"
 
 #include <algorithm>
@@ -52,7 +53,8 @@ std::expected<XcbServer, std::string> XcbServer::connect(const std::string& disp
     server.connection.reset(xcb_connect(display.empty() ? nullptr : display.c_str(), &screenNumber));
     xcb_connection_t* const connection = server.connection.get();
     if (xcb_connection_has_error(connection) != 0)
-        return std::unexpected("no X server answers" + (display.empty() ? "" : " at " + display));
+        return std::unexpected(display.empty() ? localized("no X server answers")
+                                               : localized("no X server answers at %1", {display}));
     xcb_prefetch_extension_data(connection, &xcb_input_id);
     xcb_prefetch_extension_data(connection, &xcb_xkb_id);
     const xcb_setup_t* const setup = xcb_get_setup(connection);
@@ -65,7 +67,7 @@ std::expected<XcbServer, std::string> XcbServer::connect(const std::string& disp
 
     const auto* const input = xcb_get_extension_data(connection, &xcb_input_id);
     if (input == nullptr || input->present == 0)
-        return std::unexpected("the X server has no XInput extension");
+        return std::unexpected(localized("the X server has no XInput extension"));
     server.inputOpcode = input->major_opcode;
     const auto* const xkb = xcb_get_extension_data(connection, &xcb_xkb_id);
 
@@ -92,11 +94,11 @@ std::expected<XcbServer, std::string> XcbServer::connect(const std::string& disp
             server.xkbFirstEvent = xkb->first_event;
     }
     if (!version || version->major_version < 2 || (version->major_version == 2 && version->minor_version < 2))
-        return std::unexpected("the X server's XInput is older than 2.2");
+        return std::unexpected(localized("the X server's XInput is older than 2.2"));
     if (devices)
         findKeyboards(server, *devices);
     if (server.keyboard == 0)
-        return std::unexpected("the X server has no keyboard");
+        return std::unexpected(localized("the X server has no keyboard"));
     if (atom)
         server.managerAtom = atom->atom;
     watchChanges(server);

@@ -1,3 +1,4 @@
+#include "base/Localized.h"
 #include "base/PollEventLoop.h"
 #include "base/PosixFileSystem.h"
 #include "keyboard/x11/XcbKeyboardEventTapSession.h"
@@ -54,7 +55,7 @@ public:
         if (!owner || owner->owner == XCB_NONE)
             return {};
         const std::string program = programOf(owner->owner);
-        return program.empty() ? "a program" : program;
+        return program.empty() ? localized("a program") : program;
     }
 
     /// Programs with passive grabs, as the server counts what its clients own. By name, each once.
@@ -163,7 +164,7 @@ DoctorDisplay lookAtDisplay(const DoctorFacts& facts) {
     const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
         xcb_connect(display.name.c_str(), nullptr), &xcb_disconnect);
     if (xcb_connection_has_error(connection.get())) {
-        display.error = "it does not answer";
+        display.error = localized("it does not answer");
         return display;
     }
     DisplayQuestions ask(connection.get());
