@@ -110,6 +110,8 @@ private:
         list_->header()->setMinimumSectionSize(0);
         list_->header()->resizeSection(0,
                                        fontMetrics().horizontalAdvance(QStringLiteral("00:00:00.000")) + 20);
+        // Heights follow from where lines break.
+        connect(list_->header(), &QHeaderView::sectionResized, list_, [this] { list_->doItemsLayout(); });
         list_->setMinimumHeight(fontMetrics().height() * 12);
     }
 

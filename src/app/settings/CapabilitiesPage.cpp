@@ -99,8 +99,10 @@ private:
 
     void offer(const std::vector<CapabilityDecision>& decisions) {
         while (QLayoutItem* item = buttons_->takeAt(0)) {
-            if (item->widget())
-                item->widget()->deleteLater();
+            if (QWidget* button = item->widget()) {
+                button->hide(); // it may be the one whose click led here
+                button->deleteLater();
+            }
             delete item;
         }
         for (const CapabilityDecision decision : decisions) {
@@ -208,7 +210,7 @@ private:
         const std::string url = before ? before->url : std::string();
         table_.setRows(decisions_->rows());
         const QModelIndex kept = table_.find(url);
-        list_->setCurrentIndex(kept.isValid() ? kept : table_.index(0, 0));
+        list_->setCurrentIndex(kept.isValid() ? kept : table_.firstOfInterest());
         const bool isEmpty = table_.rowCount() == 0;
         none_->setVisible(isEmpty);
         list_->setVisible(!isEmpty);

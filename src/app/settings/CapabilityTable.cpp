@@ -78,6 +78,11 @@ QModelIndex CapabilityTable::find(const std::string& url) const {
     return found == rows_.end() ? QModelIndex() : index(static_cast<int>(found - rows_.begin()), 0);
 }
 
+QModelIndex CapabilityTable::firstOfInterest() const {
+    const auto found = std::ranges::find(rows_, CapabilityRow::Mark::attention, &CapabilityRow::mark);
+    return index(found == rows_.end() ? 0 : static_cast<int>(found - rows_.begin()), 0);
+}
+
 int CapabilityTable::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(rows_.size());
 }

@@ -15,6 +15,8 @@ public:
     void setRows(std::vector<CapabilityRow> rows);
     [[nodiscard]] const CapabilityRow* row(const QModelIndex& index) const;
     [[nodiscard]] QModelIndex find(const std::string& url) const;
+    /// The first that needs the user, else the first.
+    [[nodiscard]] QModelIndex firstOfInterest() const;
 
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] int columnCount(const QModelIndex& parent = {}) const override;

@@ -21,6 +21,7 @@ namespace varnel {
 namespace {
 
 constexpr int kMargin = 12;
+constexpr int kFieldIndent = 2; // of its text, which labels do not have
 constexpr int kMostTyped = 9'999'999;
 constexpr int kControlWidth = 26; // of characters
 
@@ -252,6 +253,7 @@ QLineEdit* makePathField(const std::string& name) {
     auto* field = new QLineEdit;
     field->setReadOnly(true);
     field->setFrame(false);
+    field->setTextMargins(-kFieldIndent, 0, 0, 0);
     field->setAccessibleName(qtText(name));
     QPalette palette = field->palette();
     palette.setColor(QPalette::Base, Qt::transparent);
