@@ -323,7 +323,7 @@ void Application::signalReceived(int signal) {
 }
 
 void Application::connectionLost() {
-    failure_ = "the connection to the display was lost";
+    failure_ = localized("the connection to the display was lost");
     quit();
 }
 
