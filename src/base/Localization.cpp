@@ -85,12 +85,15 @@ std::vector<std::string> languagesOf(const std::function<const char*(const char*
         if (const char* value = variable(name); value && *value && locale.empty())
             locale = value;
     std::vector<std::string> languages;
-    if (locale.empty() || !addLocale(languages, locale))
+    if (locale.empty())
         return languages;
-    const char* list = variable("LANGUAGE"); // counts where a locale is set, as with every other program
-    if (!list || !*list)
+    // The list of alternatives counts for real languages only, as with every other program.
+    const char* list = variable("LANGUAGE");
+    if (const std::string_view name = locale.substr(0, locale.find('.'));
+        !list || !*list || name == "C" || name == "POSIX") {
+        addLocale(languages, locale);
         return languages;
-    languages.clear();
+    }
     for (std::string_view rest = list; !rest.empty();) {
         const std::size_t end = std::min(rest.find(':'), rest.size());
         if (!addLocale(languages, rest.substr(0, end)))
