@@ -136,6 +136,7 @@ QWidget* PagedWindow::showPage(std::size_t index) {
     if (place < 0) {
         auto* area = new QScrollArea;
         area->setFrameShape(QFrame::NoFrame);
+        area->setFocusPolicy(Qt::NoFocus); // its controls bring themselves into view
         area->setWidgetResizable(true);
         area->setWidget(pages_[index].make().release());
         place = stack_->addWidget(area);

@@ -27,6 +27,7 @@
 #include <QScrollArea>
 #include <QSpinBox>
 #include <QTest>
+#include <QTreeView>
 
 #include <gtest/gtest.h>
 
@@ -357,6 +358,13 @@ TEST_F(SettingsTest, FollowsTheDecisionsWhileTheyAreSeen) {
     ASSERT_EQ(list->model()->rowCount(), 3);
     EXPECT_EQ(list->model()->index(1, 1).data(), "g ended the sequence");
     list->setCurrentIndex(list->model()->index(1, 0));
+    auto* tree = static_cast<QTreeView*>(list);
+    const int oneLine = tree->visualRect(tree->model()->index(1, 1)).height();
+    lines[1].text = std::string(300, 'x').replace(150, 1, " ");
+    view.resize(500, 900);
+    observed();
+    EXPECT_GT(tree->visualRect(tree->model()->index(1, 1)).height(), oneLine) << "nothing is cut off";
+    lines[1].text = "g ended the sequence";
     lines.insert(lines.begin(), {3, "10:20:32.000", "escape ended the sequence"});
     observed();
     EXPECT_EQ(list->currentIndex().row(), 2) << "stays on the decision that one reads";

@@ -11,6 +11,7 @@
 #include <QGridLayout>
 #include <QLineEdit>
 #include <QSpinBox>
+#include <QTreeView>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -262,7 +263,12 @@ QLineEdit* makePathField(const std::string& name) {
 }
 
 QSize RoomyDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
-    return QStyledItemDelegate::sizeHint(option, index) + QSize(16, 8);
+    QStyleOptionViewItem bounded = option;
+    // The view itself does not say where its lines break.
+    const auto* tree = qobject_cast<const QTreeView*>(option.widget);
+    if (tree && tree->wordWrap())
+        bounded.rect = QRect(0, 0, tree->columnWidth(index.column()), QWIDGETSIZE_MAX);
+    return QStyledItemDelegate::sizeHint(bounded, index) + QSize(16, 8);
 }
 
 void announce(QLabel& label) {

@@ -105,7 +105,7 @@ QLabel* makeSectionTitle(const std::string& text);
 /// A path that can be read to its end and copied however long it is.
 QLineEdit* makePathField(const std::string& name);
 
-/// Rows that stand a little apart.
+/// Rows that stand a little apart, as high as their broken lines.
 class RoomyDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
