@@ -91,7 +91,7 @@ PagedWindow::PagedWindow(const QString& title, std::vector<SettingsPage> pages)
     layout->setSpacing(12);
     layout->addLayout(side);
     layout->addWidget(stack_, 1);
-    search_->setFixedWidth(fontMetrics().averageCharWidth() * 30);
+    search_->setFixedWidth(fontMetrics().averageCharWidth() * 33);
     list_->setFixedWidth(search_->width());
 
     connect(list_, &QListWidget::currentRowChanged, this, [this](int row) { showRow(row); });
@@ -100,7 +100,7 @@ PagedWindow::PagedWindow(const QString& title, std::vector<SettingsPage> pages)
     connect(search_, &QLineEdit::textChanged, this, [this](const QString& text) { search(text); });
     connect(search_, &QLineEdit::returnPressed, this, [this] { enterRow(list_->currentRow()); });
     setTabOrder(search_, list_);
-    resize(fontMetrics().averageCharWidth() * 125, fontMetrics().height() * 44);
+    resize(fontMetrics().averageCharWidth() * 128, fontMetrics().height() * 44);
     list_->setCurrentRow(0);
 }
 

@@ -20,6 +20,8 @@
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -264,7 +266,6 @@ TEST_F(SettingsTest, OpensCreatesAndSwitchesConfigurations) {
                                                          folder / "none.json");
     EXPECT_TRUE(outcome("open", folder / "broken.json").contains("not a valid Varnel! configuration"));
     EXPECT_EQ(config->currentConfigPath(), usual);
-    EXPECT_FALSE(view.findChild<QPushButton*>("default")->isEnabled());
     EXPECT_EQ(outcome("open", folder / "work.json"), "The selected configuration was loaded.");
     EXPECT_EQ(stringPreference(preferences, kCustomConfigPath), folder / "work.json");
     EXPECT_TRUE(visibleTexts(view).contains("Shortcuts: 1. Groups: 0.")) << visibleTexts(view);
@@ -276,8 +277,31 @@ TEST_F(SettingsTest, OpensCreatesAndSwitchesConfigurations) {
     EXPECT_EQ(outcome("create", folder / "new.json"), "A new empty configuration was created.");
     EXPECT_EQ(outcome("default", {}), "The default configuration is now active.");
     EXPECT_EQ(config->currentConfigPath(), usual);
+    std::filesystem::remove(usual);
+    EXPECT_EQ(outcome("default", {}), "The default configuration is now active.");
+    EXPECT_TRUE(config->rootItems().empty() && std::filesystem::exists(usual)) << "made anew, and empty";
     click(view.findChild<QPushButton*>("editor"));
     EXPECT_EQ(actions.opened, 1);
+}
+
+TEST_F(SettingsTest, AsksForFilesWithPanelsThatHoldNothingUp) {
+    testing::writeFile(folder / "mine.json", "[]");
+    const auto page = makeConfigFilePage({*config, preferences, actions}).make();
+    page->show();
+    for (const char* name : {"open", "create"}) {
+        click(page->findChild<QPushButton*>(name));
+        auto* panel = page->findChild<QFileDialog*>();
+        ASSERT_TRUE(panel && panel->isVisible());
+        const bool opens = name == std::string("open");
+        EXPECT_EQ(panel->windowTitle(), opens ? "Open a Configuration File" : "Create a New Configuration");
+        if (const QByteArray pictures = qgetenv("VARNEL_PICTURES"); !pictures.isEmpty())
+            panel->grab().save(QString::fromUtf8(pictures) + "/panel-" + name + ".png");
+        const std::string chosen = folder / (opens ? "mine.json" : "made.json");
+        panel->selectFile(QString::fromStdString(chosen));
+        panel->findChild<QDialogButtonBox*>()->buttons().first()->click();
+        EXPECT_EQ(config->currentConfigPath(), chosen);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
 }
 
 TEST_F(SettingsTest, ShowsAFileThatCannotBeReadInPlace) {

@@ -98,7 +98,6 @@ ConfigFileState configFileState(const ConfigManager& config, const PreferenceSto
         state.problem = localized("The file cannot be read, so what was read before stays in force: %1",
                                   {fullDescription(*config.loadError())});
     state.nextStart = nextStart(config, preferences);
-    state.isDefault = state.path == config.defaultConfigURL();
     return state;
 }
 

@@ -34,7 +34,6 @@ struct ConfigFileState {
     std::string content;   ///< "12 shortcuts and groups"
     std::string problem;   ///< why it cannot be read; empty when it can
     std::string nextStart; ///< which file the next start will use
-    bool isDefault = false;
     friend bool operator==(const ConfigFileState&, const ConfigFileState&) = default;
 };
 ConfigFileState configFileState(const ConfigManager& config, const PreferenceStore& preferences);

@@ -37,7 +37,6 @@ private:
     ConfigFilePageContext context_;
     QLineEdit* path_;
     QLabel *content_, *problem_, *nextStart_, *outcome_;
-    QPushButton* default_ = nullptr;
     Subscription changes_; ///< while the page is seen
 };
 
@@ -85,8 +84,6 @@ QWidget* ConfigFileView::makeOperationRow(Operation operation, const char* name,
     button->setObjectName(QLatin1String(name));
     button->setAccessibleDescription(qtText(explanation));
     connect(button, &QPushButton::clicked, this, [this, operation] { begin(operation); });
-    if (operation == Operation::useDefault)
-        default_ = button;
     auto* row = new QWidget;
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(12, 12, 12, 12);
@@ -145,7 +142,6 @@ void ConfigFileView::read() {
     problem_->setText(qtText(state.problem));
     problem_->setVisible(!state.problem.empty());
     nextStart_->setText(qtText(state.nextStart));
-    default_->setEnabled(!state.isDefault || !state.problem.empty());
 }
 
 void ConfigFileView::showEvent(QShowEvent* event) {
