@@ -91,11 +91,17 @@ def operation_texts(tokens):
                 yield text
 
 
+def kinds(tokens):
+    yield from (text for kind, text, _ in tokens if kind == "string" and not text.endswith(".h"))
+
+
 # Variables that `localized` may be given: the file of the call -> where the texts stand, and how they are found.
 VARIABLE_KEYS = {
     "src/documents/ActionPhrase.cpp": ("src/commands/WindowManagerOperations.cpp", operation_texts),
     "src/cli/CommandLine.cpp": ("src/cli/", help_texts),
     "src/cli/verbs/OperationsVerb.cpp": ("src/commands/WindowManagerOperations.cpp", operation_texts),
+    "src/config/ConfigTreeDecoder.cpp": ("src/base/JSONValue.cpp", kinds),
+    "src/plugins/JSONNode.cpp": ("src/base/JSONValue.cpp", kinds),  # and what the decoder expects
     "src/base/Localized.h": (None, None),  # the function itself
 }
 
@@ -218,10 +224,12 @@ def main(words):
             entries = read_po(path)
             header = next(entry for entry in entries if entry[0] == "")
             write_po(path, header, keys, {original: translation for original, translation, _ in entries})
-        print("\n".join(problems))
+        for problem in problems:
+            print(problem)
     elif words == ["check"]:
         problems = check()
-        print("\n".join(problems))
+        for problem in problems:
+            print(problem)
         return 1 if problems else 0
     else:
         print(__doc__)

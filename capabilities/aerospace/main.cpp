@@ -1,3 +1,4 @@
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "capabilities/support/Capability.h"
 #include "capabilities/support/ChildRun.h"
@@ -20,28 +21,29 @@ Response runTool(const std::vector<std::string>& line) {
     auto child = ChildRun::start(line);
     if (!child && (child.error() == ENOENT || child.error() == ENOTDIR))
         return Response::failure(
-            "The tool 'aerospace' was not found. Install the AeroSpace window manager, or put "
-            "its tool into a folder of PATH.");
+            localized("The tool 'aerospace' was not found. Install the AeroSpace window manager, or put "
+                      "its tool into a folder of PATH."));
     if (!child)
-        return Response::failure(std::string("Could not start aerospace: ") + std::strerror(child.error()));
+        return Response::failure(
+            localized("Could not start %1: %2", {"aerospace", std::strerror(child.error())}));
     const auto status = child->wait(kToolLimit);
     if (!status) {
         child->end();
-        return Response::failure("aerospace did not answer within 4 seconds.");
+        return Response::failure(localized("aerospace did not answer within 4 seconds."));
     }
     if (WIFEXITED(*status) && WEXITSTATUS(*status) == 0)
         return {};
-    return Response::failure("aerospace " + describeEnd(*status, child->errorLine()));
+    return Response::failure(describeEnd("aerospace", *status, child->errorLine()));
 }
 
 Response perform(const Request& request) {
     if (request.actionID != "run")
-        return Response::failure("There is no action '" + request.actionID + "'.");
+        return Response::failure(localized("There is no action '%1'.", {request.actionID}));
     const std::string id = request.params.contains("operation") ? request.text("operation")
                                                                 : std::string(kDefaultWindowManagerOperation);
     const WindowManagerOperation* operation = findWindowManagerOperation(id);
     if (!operation)
-        return Response::failure("There is no window-manager operation '" + id + "'.");
+        return Response::failure(localized("There is no window-manager operation '%1'.", {id}));
     const std::string_view key = parameterName(operation->needs);
     const auto line = windowManagerCommandLine(*operation, key.empty() ? std::string() : request.text(key));
     if (!line)

@@ -1,5 +1,6 @@
 #include "capabilities/shell/ShellCommand.h"
 
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "capabilities/shell/SimpleCommand.h"
 #include "capabilities/shell/Terminals.h"
@@ -32,8 +33,8 @@ std::expected<ChildRun, Response> startInTerminal(const ShellCommand& command) {
         return std::unexpected(Response::failure(line.error()));
     auto child = ChildRun::start(*line);
     if (!child)
-        return std::unexpected(
-            Response::failure("Could not start " + line->front() + ": " + std::strerror(child.error())));
+        return std::unexpected(Response::failure(
+            localized("Could not start %1: %2", {line->front(), std::strerror(child.error())})));
     return std::move(*child);
 }
 
@@ -47,8 +48,8 @@ std::expected<ChildRun, Response> startInBackground(const ShellCommand& command)
     }
     auto child = ChildRun::start({"/bin/sh", "-c", command.command});
     if (!child)
-        return std::unexpected(
-            Response::failure(std::string("Could not start /bin/sh: ") + std::strerror(child.error())));
+        return std::unexpected(Response::failure(
+            localized("Could not start %1: %2", {"/bin/sh", std::strerror(child.error())})));
     return std::move(*child);
 }
 
@@ -65,14 +66,14 @@ Response report(int status, const std::string& errorLine) {
     const bool isFine = WIFEXITED(status) && WEXITSTATUS(status) == 0;
     if (isFine && errorLine.empty())
         return {};
-    return {isFine, "The command " + describeEnd(status, errorLine)};
+    return {isFine, describeEnd(localized("The command"), status, errorLine)};
 }
 
 } // namespace
 
 Response runShellCommand(const ShellCommand& command) {
     if (trimmed(command.command).empty())
-        return Response::failure("The action has no command.");
+        return Response::failure(localized("The action has no command."));
     enterHome();
     auto child = command.openInTerminal ? startInTerminal(command) : startInBackground(command);
     if (!child)
@@ -80,7 +81,7 @@ Response runShellCommand(const ShellCommand& command) {
     if (const auto status = child->wait(command.openInTerminal ? kTerminalOpensWithin : kReportWithin))
         return report(*status, child->errorLine());
     child->keepReading();
-    return {true, "Started: " + singleLine(trimmed(command.command), kShownCommand)};
+    return {true, localized("Started: %1", {singleLine(trimmed(command.command), kShownCommand)})};
 }
 
 } // namespace varnel::capability

@@ -2,6 +2,8 @@
 
 #include "base/JSONPlainReader.h"
 #include "base/JSONWriter.h"
+#include "base/Localization.h"
+#include "base/Localized.h"
 
 #include <cerrno>
 #include <unistd.h>
@@ -42,16 +44,16 @@ JSONValue::Object objectMember(const JSONValue& value, std::string_view key) {
 
 Response answer(int argc, char** argv, const std::function<Response(const Request&)>& act) {
     if (argc != 2 || std::string_view(argv[1]) != "action")
-        return Response::failure("This program is run by Varnel, with the command word 'action'.");
+        return Response::failure(localized("This program is run by Varnel, with the command word 'action'."));
     const auto text = readStandardInput();
     if (!text)
-        return Response::failure("The request could not be read.");
+        return Response::failure(localized("The request could not be read."));
     const auto value = readJSONPlainly(*text);
     if (!value)
-        return Response::failure("The request is not JSON: " + describe(value.error()));
+        return Response::failure(localized("The request is not JSON: %1", {describe(value.error())}));
     const JSONValue* actionID = value->find("actionID");
     if (!actionID || !actionID->string())
-        return Response::failure("The request names no action.");
+        return Response::failure(localized("The request names no action."));
     return act({*actionID->string(), objectMember(*value, "params"), objectMember(*value, "settings")});
 }
 
@@ -68,6 +70,8 @@ bool Request::flag(std::string_view key, bool fallback) const {
 }
 
 int run(int argc, char** argv, const std::function<Response(const Request&)>& act) {
+    const std::string program = argc > 0 ? argv[0] : "";
+    speakUsersLanguage(program.substr(0, program.rfind('/')));
     const Response response = answer(argc, argv, act);
     JSONValue::Object members{{"success", response.success}};
     if (response.message)

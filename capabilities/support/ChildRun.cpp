@@ -1,5 +1,6 @@
 #include "capabilities/support/ChildRun.h"
 
+#include "base/Localized.h"
 #include "base/Text.h"
 
 #include <cerrno>
@@ -171,10 +172,11 @@ void ChildRun::end() const {
     ::kill(-child_, SIGKILL);
 }
 
-std::string describeEnd(int waitStatus, std::string_view errorLine) {
-    std::string text = WIFSIGNALED(waitStatus)
-                           ? "was ended by signal " + std::to_string(WTERMSIG(waitStatus))
-                           : "ended with status " + std::to_string(WEXITSTATUS(waitStatus));
+std::string describeEnd(std::string_view what, int waitStatus, std::string_view errorLine) {
+    std::string text =
+        WIFSIGNALED(waitStatus)
+            ? localized("%1 was ended by signal %2", {what, std::to_string(WTERMSIG(waitStatus))})
+            : localized("%1 ended with status %2", {what, std::to_string(WEXITSTATUS(waitStatus))});
     return errorLine.empty() ? text : text + ": " + std::string(errorLine);
 }
 

@@ -40,6 +40,6 @@ private:
 };
 
 /// "ended with status 3: text" or "was ended by signal 9: text".
-std::string describeEnd(int waitStatus, std::string_view errorLine);
+std::string describeEnd(std::string_view what, int waitStatus, std::string_view errorLine);
 
 } // namespace varnel::capability

@@ -1,5 +1,6 @@
 #include "base/JSONScanner.h"
 
+#include "base/Localized.h"
 #include "base/UTF8.h"
 
 #include <cmath>
@@ -36,7 +37,7 @@ std::optional<JSONError> JSONScanner::scan() {
     if (value(1)) {
         skipSpace();
         if (!atEnd())
-            fail("expected the end of the text, found " + found());
+            fail(localized("expected %1, found %2", {localized("the end of the text"), found()}));
     }
     return std::move(error_);
 }
@@ -58,12 +59,12 @@ JSONPosition JSONScanner::position(std::size_t offset) const {
 
 std::string JSONScanner::found() const {
     if (atEnd())
-        return "the end of the text";
+        return localized("the end of the text");
     const std::size_t length = utf8CharacterLength(text_.substr(next_));
     if (length == 0)
-        return "invalid UTF-8";
+        return localized("invalid UTF-8");
     if (static_cast<unsigned char>(peek()) < 0x20 || peek() == 0x7F)
-        return "a control character";
+        return localized("a control character");
     return "'" + std::string(text_.substr(next_, length)) + "'";
 }
 
@@ -80,7 +81,7 @@ void JSONScanner::skipSpace() {
 
 bool JSONScanner::value(int depth) {
     if (depth > kMaximumJSONDepth)
-        return fail("nested deeper than " + std::to_string(kMaximumJSONDepth) + " levels");
+        return fail(localized("nested deeper than %1 levels", {std::to_string(kMaximumJSONDepth)}));
     if (visitor_)
         visitor_->value(path_, position(next_));
     std::string_view content;
@@ -98,7 +99,9 @@ bool JSONScanner::value(int depth) {
     case 'n':
         return word("null") && tell(&JSONHandler::null);
     default:
-        return peek() == '-' || isDigit(peek()) ? number() : fail("expected a value, found " + found());
+        return peek() == '-' || isDigit(peek())
+                   ? number()
+                   : fail(localized("expected %1, found %2", {localized("a value"), found()}));
     }
 }
 
@@ -109,7 +112,7 @@ bool JSONScanner::object(int depth) {
         return ++next_;
     while (true) {
         if (peek() != '"')
-            return fail("expected a key in quotes, found " + found());
+            return fail(localized("expected %1, found %2", {localized("a key in quotes"), found()}));
         const std::size_t begin = next_;
         std::string_view key;
         if (!string(key))
@@ -121,7 +124,7 @@ bool JSONScanner::object(int depth) {
         std::string name(visitor_ ? key : std::string_view());
         skipSpace();
         if (peek() != ':')
-            return fail("expected ':', found " + found());
+            return fail(localized("expected %1, found %2", {"':'", found()}));
         ++next_;
         skipSpace();
         if (!step(std::move(name), depth))
@@ -130,7 +133,7 @@ bool JSONScanner::object(int depth) {
         if (peek() == '}')
             return ++next_;
         if (peek() != ',')
-            return fail("expected ',' or '}', found " + found());
+            return fail(localized("expected %1, found %2", {localized("',' or '}'"), found()}));
         ++next_;
         skipSpace();
     }
@@ -148,7 +151,7 @@ bool JSONScanner::array(int depth) {
         if (peek() == ']')
             return ++next_;
         if (peek() != ',')
-            return fail("expected ',' or ']', found " + found());
+            return fail(localized("expected %1, found %2", {localized("',' or ']'"), found()}));
         ++next_;
         skipSpace();
     }
@@ -169,7 +172,7 @@ bool JSONScanner::string(std::string_view& content) {
     unescaped_.clear();
     while (true) {
         if (atEnd())
-            return failAt(begin, "this text has no closing quote");
+            return failAt(begin, localized("this text has no closing quote"));
         const char c = text_[next_];
         if (c == '"')
             break;
@@ -193,11 +196,12 @@ bool JSONScanner::string(std::string_view& content) {
 bool JSONScanner::character() {
     const auto byte = static_cast<unsigned char>(text_[next_]);
     if (byte < 0x20)
-        return fail(byte == '\n' ? "a line break inside a text must be written as \\n"
-                                 : "a control character inside a text must be written as an escape");
+        return fail(byte == '\n'
+                        ? localized("a line break inside a text must be written as \\n")
+                        : localized("a control character inside a text must be written as an escape"));
     const std::size_t length = byte < 0x80 ? 1 : utf8CharacterLength(text_.substr(next_));
     if (length == 0)
-        return fail("invalid UTF-8");
+        return fail(localized("invalid UTF-8"));
     next_ += length;
     return true;
 }
@@ -211,11 +215,11 @@ bool JSONScanner::escape(std::string& content) {
         return ++next_;
     }
     if (peek() != 'u')
-        return failAt(begin, "unknown escape");
+        return failAt(begin, localized("unknown escape"));
     ++next_;
     auto code = hexadecimal();
     if (!code)
-        return failAt(begin, "expected four hexadecimal digits after \\u");
+        return failAt(begin, localized("expected four hexadecimal digits after \\u"));
     if (*code >= 0xD800 && *code < 0xDC00 && text_.substr(next_).starts_with("\\u")) {
         next_ += 2;
         const auto low = hexadecimal();
@@ -223,7 +227,7 @@ bool JSONScanner::escape(std::string& content) {
             code = 0x10000 + ((*code - 0xD800) << 10) + (*low - 0xDC00);
     }
     if (*code >= 0xD800 && *code < 0xE000)
-        return failAt(begin, "this surrogate lacks its other half");
+        return failAt(begin, localized("this surrogate lacks its other half"));
     appendUTF8(content, *code);
     return true;
 }
@@ -253,30 +257,30 @@ bool JSONScanner::number() {
     const bool leadingZero = peek() == '0';
     const std::size_t firstDigit = next_;
     if (!digits())
-        return fail("expected a digit, found " + found());
+        return fail(localized("expected %1, found %2", {localized("a digit"), found()}));
     if (leadingZero && next_ > firstDigit + 1)
-        return failAt(begin, "a number must not start with 0");
+        return failAt(begin, localized("a number must not start with 0"));
     if (peek() == '.') {
         ++next_;
         if (!digits())
-            return fail("expected a digit, found " + found());
+            return fail(localized("expected %1, found %2", {localized("a digit"), found()}));
     }
     if (peek() == 'e' || peek() == 'E') {
         ++next_;
         if (peek() == '+' || peek() == '-')
             ++next_;
         if (!digits())
-            return fail("expected a digit, found " + found());
+            return fail(localized("expected %1, found %2", {localized("a digit"), found()}));
     }
     const double value = decimalValue(std::string(text_.substr(begin, next_ - begin)));
     if (std::isinf(value))
-        return failAt(begin, "the number is too large");
+        return failAt(begin, localized("the number is too large"));
     return tell(&JSONHandler::number, value);
 }
 
 bool JSONScanner::word(std::string_view word) {
     if (!text_.substr(next_).starts_with(word))
-        return fail("expected a value, found " + found());
+        return fail(localized("expected %1, found %2", {localized("a value"), found()}));
     next_ += word.size();
     return true;
 }
@@ -287,8 +291,8 @@ std::string_view withoutByteOrderMark(std::string_view text) {
 }
 
 std::string describe(const JSONError& error) {
-    return error.message + " (line " + std::to_string(error.position.line) + ", column " +
-           std::to_string(error.position.column) + ")";
+    return localized("%1 (line %2, column %3)", {error.message, std::to_string(error.position.line),
+                                                 std::to_string(error.position.column)});
 }
 
 } // namespace varnel

@@ -106,6 +106,12 @@ std::vector<std::string> languagesOf(const std::function<const char*(const char*
 void speakUsersLanguage(const std::string& programFolder) {
     Speaker& only = speaker();
     only.programFolder = programFolder;
+    // The working folder may be another one when the first text is made.
+    if (char* absolute =
+            programFolder.starts_with('/') ? nullptr : ::realpath(programFolder.c_str(), nullptr)) {
+        only.programFolder = absolute;
+        std::free(absolute);
+    }
     only.languages = languagesOf([](const char* name) -> const char* { return std::getenv(name); });
     if (only.languages.empty())
         only.languages = systemLanguages();

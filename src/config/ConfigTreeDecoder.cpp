@@ -1,5 +1,6 @@
 #include "config/ConfigTreeDecoder.h"
 
+#include "base/Localized.h"
 #include "base/Text.h"
 
 #include <array>
@@ -21,8 +22,8 @@ std::string quoted(std::string_view text) {
 }
 
 std::string expectation(std::string_view expected, const JSONValue* found) {
-    return "expected " + std::string(expected) + ", found " +
-           std::string(found ? found->kindName() : "nothing");
+    return localized("expected %1, found %2",
+                     {expected, found ? localized(found->kindName()) : localized("nothing")});
 }
 
 JSONPath below(const JSONPath& path, JSONPathStep step) {
@@ -48,7 +49,7 @@ struct Members {
         const JSONValue* value = object.find(key);
         const std::string* text = value ? value->string() : nullptr;
         if (!text)
-            return wrong(key, "a string");
+            return wrong(key, localized("a string"));
         return *text;
     }
     [[nodiscard]] Decoded<std::optional<std::string>> optionalString(std::string_view key) const {
@@ -56,7 +57,7 @@ struct Members {
         if (!value)
             return std::nullopt;
         if (!value->string())
-            return wrong(key, "a string");
+            return wrong(key, localized("a string"));
         return *value->string();
     }
     [[nodiscard]] Decoded<std::optional<bool>> optionalBoolean(std::string_view key) const {
@@ -64,7 +65,7 @@ struct Members {
         if (!value)
             return std::nullopt;
         if (!value->boolean())
-            return wrong(key, "a boolean");
+            return wrong(key, localized("a boolean"));
         return *value->boolean();
     }
 };
@@ -96,15 +97,17 @@ ConfigAction converted(const OlderAction& older) {
 Decoded<std::string> decodeOlderType(const Members& members) {
     const JSONValue* value = members.object.find("type");
     if (!value && members.present("pluginID"))
-        return fault(members.path, R"(expected "pluginID" with "actionID", found "pluginID" alone)");
+        return fault(members.path,
+                     localized(R"(expected "pluginID" with "actionID", found "pluginID" alone)"));
     const std::string* type = value ? value->string() : nullptr;
     for (std::string_view known : kOlderTypes)
         if (type && *type == known)
             return *type;
     const std::string expected =
-        R"("application", "shellCommand", "windowArrangement" or "keyboardShortcut")";
+        localized(R"("application", "shellCommand", "windowArrangement" or "keyboardShortcut")");
     if (type)
-        return fault(below(members.path, "type"), "expected " + expected + ", found " + quoted(*type));
+        return fault(below(members.path, "type"),
+                     localized("expected %1, found %2", {expected, quoted(*type)}));
     return members.wrong("type", expected);
 }
 
@@ -134,7 +137,7 @@ Decoded<ConfigAction> decodeOlderAction(const Members& members) {
 
 Decoded<ConfigAction> decodeAction(const JSONValue& value, const JSONPath& path) {
     if (!value.object())
-        return fault(path, expectation("an object", &value));
+        return fault(path, expectation(localized("an object"), &value));
     const Members members{value, path};
     auto pluginID = members.optionalString("pluginID");
     if (!pluginID)
@@ -148,7 +151,7 @@ Decoded<ConfigAction> decodeAction(const JSONValue& value, const JSONPath& path)
         return decodeOlderAction(members);
     const JSONValue* params = members.present("params");
     if (params && !params->object())
-        return members.wrong("params", "an object");
+        return members.wrong("params", localized("an object"));
     return ConfigAction{**pluginID, **actionID, params ? *params->object() : JSONValue::Object{}};
 }
 
@@ -156,12 +159,13 @@ Decoded<std::vector<std::string>> decodeKeys(const Members& members) {
     const JSONValue* value = members.object.find("keys");
     const JSONValue::Array* steps = value ? value->array() : nullptr;
     if (!steps)
-        return members.wrong("keys", "an array of strings");
+        return members.wrong("keys", localized("an array of strings"));
     std::vector<std::string> keys;
     keys.reserve(steps->size());
     for (const JSONValue& step : *steps) {
         if (!step.string())
-            return fault(below(below(members.path, "keys"), keys.size()), expectation("a string", &step));
+            return fault(below(below(members.path, "keys"), keys.size()),
+                         expectation(localized("a string"), &step));
         keys.push_back(*step.string());
     }
     return keys;
@@ -173,9 +177,10 @@ Decoded<ItemType> decodeType(const Members& members) {
     for (ItemType type : {ItemType::group, ItemType::action})
         if (text && *text == itemTypeName(type))
             return type;
-    const std::string expected = R"("group" or "action")";
+    const std::string expected = localized(R"("group" or "action")");
     if (text)
-        return fault(below(members.path, "type"), "expected " + expected + ", found " + quoted(*text));
+        return fault(below(members.path, "type"),
+                     localized("expected %1, found %2", {expected, quoted(*text)}));
     return members.wrong("type", expected);
 }
 
@@ -188,7 +193,7 @@ Decoded<Uuid> decodeID(const Members& members) {
     if (auto id = Uuid::parse(**text))
         return *id;
     return fault(below(members.path, "id"),
-                 "expected a UUID (8-4-4-4-12 hexadecimal digits), found " + quoted(**text));
+                 localized("expected a UUID (8-4-4-4-12 hexadecimal digits), found %1", {quoted(**text)}));
 }
 
 Decoded<std::vector<ConfigItem>> decodeItems(const JSONValue::Array& values, const JSONPath& path) {
@@ -229,7 +234,7 @@ Decoded<ConfigItem> decodeIdentity(const Members& members) {
 
 Decoded<ConfigItem> decodeItem(const JSONValue& value, JSONPath path) {
     if (!value.object())
-        return fault(std::move(path), expectation("an object", &value));
+        return fault(std::move(path), expectation(localized("an object"), &value));
     const Members members{value, path};
     auto item = decodeIdentity(members);
     if (!item)
@@ -256,21 +261,21 @@ Decoded<ConfigItem> decodeItem(const JSONValue& value, JSONPath path) {
 Decoded<ConfigFileDocument> decodeObjectForm(const JSONValue& root) {
     const JSONPath top;
     if (!root.object())
-        return fault(top, expectation("an object", &root));
+        return fault(top, expectation(localized("an object"), &root));
     const Members members{root, top};
     const JSONValue* items = root.find("items");
     if (!items || !items->array())
-        return members.wrong("items", "an array of items");
+        return members.wrong("items", localized("an array of items"));
     auto decoded = decodeItems(*items->array(), {"items"});
     if (!decoded)
         return std::unexpected(decoded.error());
     const JSONValue* settings = root.find("pluginSettings");
     if (!settings || !settings->object())
-        return members.wrong("pluginSettings", "an object");
+        return members.wrong("pluginSettings", localized("an object"));
     ConfigFileDocument document{.items = std::move(*decoded), .pluginSettings = {}};
     for (const auto& [plugin, values] : *settings->object()) {
         if (!values.object())
-            return fault({"pluginSettings", plugin}, expectation("an object", &values));
+            return fault({"pluginSettings", plugin}, expectation(localized("an object"), &values));
         document.pluginSettings.emplace(plugin, *values.object());
     }
     return document;
@@ -278,7 +283,7 @@ Decoded<ConfigFileDocument> decodeObjectForm(const JSONValue& root) {
 
 Decoded<ConfigFileDocument> decodeArrayForm(const JSONValue& root) {
     if (!root.array())
-        return fault({}, expectation("an array of items", &root));
+        return fault({}, expectation(localized("an array of items"), &root));
     auto items = decodeItems(*root.array(), {});
     if (!items)
         return std::unexpected(items.error());

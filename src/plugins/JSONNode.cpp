@@ -1,6 +1,7 @@
 #include "plugins/JSONNode.h"
 
 #include "base/JSONWriter.h"
+#include "base/Localized.h"
 #include "base/Text.h"
 
 #include <algorithm>
@@ -14,13 +15,13 @@ namespace {
 std::string found(const JSONValue* value) {
     constexpr std::size_t kLongestQuote = 40;
     if (!value)
-        return "nothing";
+        return localized("nothing");
     std::string quoted;
     if (const std::string* text = value->string())
         appendJSONString(quoted, *text, false);
     else if (const double* number = value->number())
         appendJSONNumber(quoted, *number);
-    std::string kind(value->kindName());
+    const std::string kind = localized(value->kindName());
     return quoted.empty() || quoted.size() > kLongestQuote ? kind : kind + " (" + quoted + ")";
 }
 
@@ -72,7 +73,7 @@ JSONValue JSONNode::any() const {
 
 void JSONNode::expected(std::string_view what) const {
     if (!failure_)
-        failure_ = Failure{path(), "expected " + std::string(what) + ", found " + found(value_)};
+        failure_ = Failure{path(), localized("expected %1, found %2", {localized(what), found(value_)})};
 }
 
 JSONPath JSONNode::path() const {

@@ -52,11 +52,10 @@ std::expected<void, ControlServerError> prepareFolder(const std::string& folder)
 ControlServerError alreadyRunning(int lock, const std::string& display) {
     char text[32] = {};
     ssize_t size = ::pread(lock, text, sizeof text - 1, 0);
-    std::string message = "Varnel is already running";
-    if (!display.empty())
-        message += " on display " + display;
+    std::string message = display.empty() ? localized("Varnel is already running")
+                                          : localized("Varnel is already running on display %1", {display});
     if (size > 0)
-        message += " (process " + std::to_string(std::strtol(text, nullptr, 10)) + ")";
+        message = localized("%1 (process %2)", {message, std::to_string(std::strtol(text, nullptr, 10))});
     return {ControlServerError::Kind::alreadyRunning, message};
 }
 

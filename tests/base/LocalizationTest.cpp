@@ -37,9 +37,8 @@ TEST(MessageCatalogue, findsWhatEachLanguageSays) {
         ASSERT_TRUE(catalogue) << row.language;
         EXPECT_GT(catalogue->size(), 500u);
         EXPECT_EQ(catalogue->find(row.english), row.translation);
-        for (const char* unknown : {"", "Quit ", "Qui", "\x01", "zzzz", "\xff"})
-            if (*unknown)
-                EXPECT_EQ(catalogue->find(unknown), std::nullopt) << unknown;
+        for (const char* unknown : {"Quit ", "Qui", "\x01", "zzzz", "\xff"})
+            EXPECT_EQ(catalogue->find(unknown), std::nullopt) << unknown;
     }
     EXPECT_FALSE(MessageCatalogue::open(cataloguePath("xx")));
     EXPECT_FALSE(MessageCatalogue::open(programs()));

@@ -49,6 +49,15 @@ class Languages(unittest.TestCase):
                 german = self.home.varnel(*words, **GERMAN)
                 self.assertEqual((german.stdout, german.returncode), (english.stdout, english.returncode))
 
+    def test_bundled_capabilities_speak_it_too(self):
+        shell = BINARIES.parent / "share/varnel/plugins/core.shell/core-shell"
+        request = json.dumps({"actionID": "run", "params": {"command": "exit 3"}})
+        for program, folder in ((shell, "/"), ("./core-shell", shell.parent)):  # it works in the home folder
+            result = subprocess.run([program, "action"], input=request, capture_output=True, text=True, cwd=folder,
+                                    env={**self.home.environment, **GERMAN})
+            self.assertEqual(json.loads(result.stdout),
+                             {"success": False, "message": "Der Befehl endete mit Status 3"})
+
     def test_a_program_without_its_catalogues_speaks_english(self):
         with tempfile.TemporaryDirectory() as folder:
             alone = pathlib.Path(folder) / "bin" / "varnel"

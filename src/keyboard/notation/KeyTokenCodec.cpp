@@ -1,5 +1,6 @@
 #include "keyboard/notation/KeyTokenCodec.h"
 
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "keyboard/notation/KeyTable.h"
 
@@ -65,16 +66,15 @@ void appendKeyName(std::string& out, KeyCode code) {
 
 std::string explainKey(std::string_view key) {
     if (key.starts_with(kNumberedPrefix))
-        return "'" + std::string(key) + "': expected a number from 0 to 65535 after 'keycode'";
+        return localized("'%1': expected a number from 0 to 65535 after 'keycode'", {key});
     std::vector<std::string> names;
     for (const NamedKey& known : keyTable())
         names.emplace_back(known.name);
     for (Modifier modifier : kModifiers)
         names.emplace_back(modifierName(modifier));
-    std::string text = "unknown key '" + std::string(key) + "'";
-    if (std::string near = nearest(key, names); !near.empty())
-        text += "; did you mean '" + near + "'?";
-    return text;
+    const std::string text = localized("unknown key '%1'", {key});
+    const std::string near = nearest(key, names);
+    return near.empty() ? text : localized("%1; did you mean '%2'?", {text, near});
 }
 
 } // namespace
@@ -95,21 +95,21 @@ std::optional<ParsedKeyToken> parse(std::string_view token) {
 std::string explain(std::string_view token) {
     const std::string text = prepared(token);
     if (text.empty())
-        return "an empty token";
+        return localized("an empty token");
     const Parts parts = partsOf(text);
     std::string_view unknown;
     for (std::string_view key : parts.keys) {
         if (key.empty())
-            return "'" + text + "': a key or modifier is missing beside '+'";
+            return localized("'%1': a key or modifier is missing beside '+'", {text});
         if (key != trimmed(key))
-            return "'" + text + "': no blanks beside '+'";
+            return localized("'%1': no blanks beside '+'", {text});
         if (unknown.empty() && !keyCodeFor(key))
             unknown = key;
     }
     if (!unknown.empty())
         return explainKey(unknown);
     if (parts.keys.size() > 1)
-        return "'" + text + "': more than one key; the steps of a sequence are separate tokens";
+        return localized("'%1': more than one key; the steps of a sequence are separate tokens", {text});
     return {};
 }
 
