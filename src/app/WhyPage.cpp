@@ -77,7 +77,7 @@ public:
         auto* layout = new QVBoxLayout(this);
         layout->setContentsMargins(0, 0, 0, 0);
         layout->setSpacing(14);
-        layout->addWidget(none_);
+        layout->addWidget(none_, 1, Qt::AlignTop);
         layout->addWidget(list_, 1);
         layout->addLayout(row);
         setFocusProxy(list_);

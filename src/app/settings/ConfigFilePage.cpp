@@ -19,6 +19,9 @@ namespace {
 
 using Operation = ConfigFileOperation;
 
+constexpr int kPanelWidth = 140; // characters
+constexpr int kPanelHeight = 32; // lines
+
 class ConfigFileView final : public QWidget {
 public:
     explicit ConfigFileView(ConfigFilePageContext context);
@@ -114,6 +117,8 @@ void ConfigFileView::ask(Operation operation) {
     panel->setNameFilters({qtText(localized("Configurations (*.json)")), qtText(localized("All files (*)"))});
     panel->setFileMode(operation == Operation::open ? QFileDialog::ExistingFile : QFileDialog::AnyFile);
     panel->setLabelText(QFileDialog::LookIn, qtText(wording.panelMessage));
+    // Room for the message and for the folder beside it.
+    panel->resize(fontMetrics().averageCharWidth() * kPanelWidth, fontMetrics().height() * kPanelHeight);
     if (operation == Operation::create) {
         panel->setAcceptMode(QFileDialog::AcceptSave);
         panel->setDefaultSuffix(QStringLiteral("json"));
