@@ -1,5 +1,7 @@
 #include "runtime/ProcessMemory.h"
 
+#include "base/linux/StartupCode.h"
+
 #include <malloc.h>
 
 namespace varnel {
@@ -10,6 +12,7 @@ void prepareMemoryForLongLife() {
 
 void returnUnusedMemory() {
     ::malloc_trim(0);
+    forgetStartupCode();
 }
 
 } // namespace varnel

@@ -1,6 +1,7 @@
 // varnel-launcher: standard input is a socket. Starts the program that each message names and answers how
 // that went; the programs are its children, and the kernel buries them. Ends when the other side does.
 
+#include "base/linux/StartupCode.h"
 #include "commands/linux/LaunchMessages.h"
 
 #include <sys/socket.h>
@@ -60,6 +61,7 @@ bool decode(std::size_t size, ProgramLoading& loading) {
 
 int main() {
     ::signal(SIGCHLD, SIG_IGN); // no child is ever waited for
+    forgetStartupCode();
     while (true) {
         const ssize_t size = ::recv(0, message, kLargestLaunchMessage, 0);
         if (size < 0 && errno == EINTR)

@@ -2,6 +2,8 @@
 // longer ('e'); standard output is a connection to the X server. While the keyboard is held and PROCESS is
 // found stopped twice in a row, the client that owns RESOURCE is closed. Ends when standard input does.
 
+#include "base/linux/StartupCode.h"
+
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -46,6 +48,8 @@ void closeClient(int server, std::uint32_t resource) {
 
 } // namespace
 
+using varnel::forgetStartupCode;
+
 int main(int count, char** arguments) {
     if (count != 3)
         return 2;
@@ -54,6 +58,7 @@ int main(int count, char** arguments) {
     std::snprintf(statusFile, sizeof statusFile, "/proc/%s/stat", arguments[1]);
     const auto resource = static_cast<std::uint32_t>(std::strtoul(arguments[2], nullptr, 10));
 
+    forgetStartupCode();
     bool isHeld = false;
     int stoppedLooks = 0;
     pollfd sources[] = {{STDIN_FILENO, POLLIN, 0}, {STDOUT_FILENO, POLLIN, 0}};
