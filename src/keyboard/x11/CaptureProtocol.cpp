@@ -107,7 +107,7 @@ void CaptureProtocol::keep(const GrabbedKey& event) {
     }
     mine_.reset(event.key);
     orphans_.reset(event.key);
-    if (mine_.any() || guarding_) {
+    if (mine_.any()) {
         requests_.answerKeep();
         return;
     }
