@@ -55,8 +55,7 @@ struct RawInput {
 /// were not there). While only watching, single combinations are grabbed; while capturing, a guard catches
 /// every key that is pressed. A swallowed press converts the grab into one that also sees the release, held
 /// until all swallowed keys are up again: that keeps auto-repeats and releases from the application. Between
-/// two steps it stays for a moment more, which spares a fast typist the change of focus that every new grab
-/// makes; then it is dropped, so that other programs can have the keyboard. A release whose press the
+/// two steps it is dropped, so that other programs can have the keyboard. A release whose press the
 /// application saw is replayed to it, which drops the grab; swallowed keys still down are orphans then, and a
 /// tail grab meets their repeats.
 ///
