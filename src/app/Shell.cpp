@@ -23,8 +23,6 @@ namespace varnel {
 
 namespace {
 
-/// How often an open sequence looks whether another program has taken the keyboard.
-constexpr Duration kGrabLook = 500ms;
 /// Long after keys are captured: what follows may take its time.
 constexpr Duration kQuietMoment = 400ms;
 
@@ -57,20 +55,7 @@ Shell::Shell(EventLoop& loop, Application& application, ShellSystem system)
                       suspended ? hotkeys.suspend(reason) : hotkeys.resume(reason);
                   },
               .elapsed = elapsedWithSleep})
-    , health_(loop, application, pause_)
-    , guard_({.loop = loop,
-              .suspend =
-                  [&hotkeys = application.hotkeys()](const std::string& reason, bool suspended) {
-                      suspended ? hotkeys.suspend(reason) : hotkeys.resume(reason);
-                  },
-              .isKeyboardHeldElsewhere =
-                  [&hotkeys = application.hotkeys()] { return hotkeys.isKeyboardHeldElsewhere(); },
-              .cameBack =
-                  [this] {
-                      pause_.noticeTime();
-                      application_.captureKeyboard();
-                      health_.refresh();
-                  }}) {
+    , health_(loop, application, pause_) {
     followTheme();
     overlay_ = std::make_unique<SuggestionOverlay>(application.hotkeys(), application.preferences(), loop,
                                                    *system_.surroundings);
@@ -88,7 +73,10 @@ Shell::Shell(EventLoop& loop, Application& application, ShellSystem system)
         pause_.noticeReasons(hotkeys.suspensionReasons());
         update();
     }));
-    subscriptions_.push_back(hotkeys.observe(HotkeyManager::Topic::hints, [this] { watchOpenSequence(); }));
+    subscriptions_.push_back(application.observeReturn([this] {
+        pause_.noticeTime();
+        health_.refresh();
+    }));
     // What nobody waits for comes after the first keys can be captured.
     subscriptions_.push_back(loop.after(Duration::zero(), [this] { startQuietly(); }));
 }
@@ -113,7 +101,6 @@ void Shell::startQuietly() {
         tray_->appear();
     QApplication::setWindowIcon(stateIcon(HealthState::listening));
     subscriptions_.push_back(loop_.after(kQuietMoment, [this] {
-        watchSession();
         if (auto restored = restoreLaunchAtLogin(*system_.login, application_.preferences()); !restored)
             application_.log().write(LogLevel::error, "Login", restored.error());
     }));
@@ -140,7 +127,7 @@ ShellState Shell::state() const {
             .isPaused = pause_.isOn(),
             .pauseLeft = pause_.left(),
             .isSuspended = hotkeys.isSuspended(),
-            .isLocked = guard_.isLocked(),
+            .isLocked = application_.isLocked(),
             .lastCommand = hotkeys.statusMessage()};
 }
 
@@ -247,30 +234,6 @@ void Shell::present() {
 }
 
 // What happens around
-
-void Shell::watchSession() {
-    if (system_.session)
-        system_.session->start([this](SessionEvent event) {
-            guard_.handle(event);
-            update();
-        });
-}
-
-void Shell::watchOpenSequence() {
-    HotkeyManager& hotkeys = application_.hotkeys();
-    if (hotkeys.interaction() == Interaction::idle)
-        return grabWatch_.reset();
-    if (grabWatch_)
-        return;
-    // A screen locker takes the keyboard without a word to us; hints must not stay above it.
-    grabWatch_ = loop_.after(kGrabLook, [this, &hotkeys] {
-        grabWatch_.reset();
-        if (hotkeys.isKeyboardHeldElsewhere())
-            hotkeys.reset("another program has taken the keyboard");
-        else
-            watchOpenSequence();
-    });
-}
 
 void Shell::followTheme() {
     const OverlayTheme theme = overlayOptions(application_.preferences()).theme;

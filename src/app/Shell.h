@@ -8,7 +8,6 @@
 #include "runtime/Application.h"
 #include "runtime/HealthMonitor.h"
 #include "runtime/Pause.h"
-#include "runtime/SessionWatch.h"
 
 #include <functional>
 #include <memory>
@@ -58,8 +57,6 @@ public:
 private:
     [[nodiscard]] KeyNaming keyNaming() const;
     void present();
-    void watchSession();
-    void watchOpenSequence();
     void startQuietly();
     void followTheme();
     void update();
@@ -69,7 +66,6 @@ private:
     ShellSystem system_;
     Pause pause_;
     HealthMonitor health_;
-    SessionGuard guard_;
     std::unique_ptr<SuggestionOverlay> overlay_;
     std::unique_ptr<TrayIcon> tray_;
     std::vector<SettingsPage> pages_;
@@ -80,7 +76,6 @@ private:
     std::unique_ptr<PagedWindow> settings_;
     std::unique_ptr<AboutWindow> about_;
     std::optional<bool> theme_; ///< whether the dark one is on
-    Subscription grabWatch_;
     std::vector<Subscription> subscriptions_;
     std::shared_ptr<int> alive_ = std::make_shared<int>();
 };

@@ -3,7 +3,6 @@
 #include "overlay/OverlaySurroundings.h"
 #include "runtime/Application.h"
 #include "runtime/LaunchAtLogin.h"
-#include "runtime/SessionWatch.h"
 
 #include <functional>
 #include <memory>
@@ -14,7 +13,6 @@ namespace varnel {
 /// The system's side of the shell, made once. All may say nothing.
 struct ShellSystem {
     std::unique_ptr<LaunchAtLogin> login;
-    std::unique_ptr<SessionWatching> session; ///< none: the system tells nothing of sessions
     std::unique_ptr<OverlaySurroundings> surroundings;
     /// Calls its argument once, when the icon can be made; empty: at any time.
     std::function<void(std::function<void()>)> whenPanelIsReady;

@@ -24,6 +24,8 @@ namespace {
 
 /// Time enough for everything that a start or a new configuration sets off to be over.
 constexpr Duration kSettlingTime = 300ms;
+/// How often an open sequence looks whether another program has taken the keyboard.
+constexpr Duration kGrabLook = 500ms;
 
 std::string temporaryFolder() {
     const char* folder = std::getenv("TMPDIR");
@@ -42,12 +44,15 @@ Application::Application(EventLoop& loop, ApplicationOptions options, PlatformMa
     , options_(std::move(options))
     , makePlatform_(std::move(makePlatform))
     , log_(makeSystemLog())
-    , preferences_(openSystemPreferences(files_, options_.paths.preferences)) {}
+    , preferences_(openSystemPreferences(files_, options_.paths.preferences))
+    , sessionGuard_(makeSessionGuard()) {}
 
 Application::~Application() {
     if (hotkeys_)
         hotkeys_->stopGlobalMonitoring();
     controlServer_.reset();
+    sessionWatch_.reset();
+    grabLook_.reset();
     subscriptions_.clear();
     settling_.reset();
     hotkeys_.reset();
@@ -191,6 +196,7 @@ void Application::buildEngine() {
         .localMonitorFactory = nullptr});
     hotkeys_->updateConfiguration(config_->sharedRootItems());
     noteLoadError();
+    subscriptions_.push_back(hotkeys_->observe(HotkeyManager::Topic::hints, [this] { watchOpenSequence(); }));
     subscriptions_.push_back(config_->observe([this](const ConfigChange& change) {
         if (change.loadError)
             noteLoadError();
@@ -278,10 +284,51 @@ void Application::noteLoadError() {
 
 void Application::settleSoon() {
     settling_ = loop_.after(kSettlingTime, [this] {
-        if (!std::exchange(hasSettled_, true))
+        if (!std::exchange(hasSettled_, true)) {
             platform_->prepareCommands(*commandQueue_);
+            watchSession();
+        }
         returnUnusedMemory();
     });
+}
+
+SessionGuard Application::makeSessionGuard() {
+    return SessionGuard({.loop = loop_,
+                         .suspend =
+                             [this](const std::string& reason, bool suspended) {
+                                 suspended ? hotkeys_->suspend(reason) : hotkeys_->resume(reason);
+                             },
+                         .isKeyboardHeldElsewhere = [this] { return hotkeys_->isKeyboardHeldElsewhere(); },
+                         .cameBack =
+                             [this] {
+                                 captureKeyboard();
+                                 returnObservers_.call(0);
+                             }});
+}
+
+void Application::watchSession() {
+    sessionWatch_ = platform_->watchSession();
+    if (sessionWatch_)
+        sessionWatch_->start([this](SessionEvent event) { sessionGuard_.handle(event); });
+}
+
+/// A screen locker takes the keyboard without a word to us; hints must not stay above it.
+void Application::watchOpenSequence() {
+    if (hotkeys_->interaction() == Interaction::idle)
+        return grabLook_.reset();
+    if (grabLook_)
+        return;
+    grabLook_ = loop_.after(kGrabLook, [this] {
+        grabLook_.reset();
+        if (hotkeys_->isKeyboardHeldElsewhere())
+            hotkeys_->reset("another program has taken the keyboard");
+        else
+            watchOpenSequence();
+    });
+}
+
+Subscription Application::observeReturn(std::function<void()> observer) {
+    return returnObservers_.add(0, std::move(observer));
 }
 
 void Application::preferencesChanged() {

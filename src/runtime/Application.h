@@ -16,6 +16,7 @@
 #include "runtime/Platform.h"
 #include "runtime/PluginServices.h"
 #include "runtime/RuntimePaths.h"
+#include "runtime/SessionWatch.h"
 #include "runtime/SignalWatch.h"
 
 #include <expected>
@@ -62,6 +63,11 @@ public:
     /// Calls `observer` when `hotkeys().trouble()` may have another answer.
     [[nodiscard]] Subscription observeTrouble(std::function<void()> observer);
 
+    /// Whether the user's session is locked, so that nothing is captured.
+    [[nodiscard]] bool isLocked() const { return sessionGuard_.isLocked(); }
+    /// Calls `observer` when the computer has slept or the screen was locked, and keys are captured again.
+    [[nodiscard]] Subscription observeReturn(std::function<void()> observer);
+
     /// What brings the application's windows to the user; without it there are none.
     void setPresenter(std::function<void()> presenter) { presenter_ = std::move(presenter); }
     /// False when the application has no windows.
@@ -100,6 +106,9 @@ private:
     void reviewConfiguration();
     void awaitPermission();
     void settleSoon();
+    void watchSession();
+    void watchOpenSequence();
+    [[nodiscard]] SessionGuard makeSessionGuard();
     void preferencesChanged();
     [[nodiscard]] JSONValue::Array readPluginPreferences() const;
     void signalReceived(int signal);
@@ -128,8 +137,11 @@ private:
     std::unique_ptr<HintFacts> hintFacts_;
     std::unique_ptr<HotkeyManager> hotkeys_;
     std::unique_ptr<ConfigReview> review_;
+    SessionGuard sessionGuard_;
+    std::unique_ptr<SessionWatching> sessionWatch_;
+    Subscription grabLook_;
     std::vector<Subscription> subscriptions_;
-    CallbackList troubleObservers_;
+    CallbackList troubleObservers_, returnObservers_;
     std::string notedTrouble_; ///< the latest that was noted as a decision
     std::function<void()> presenter_;
     Subscription settling_;

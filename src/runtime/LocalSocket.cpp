@@ -8,6 +8,7 @@
 #include <sys/un.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 
 namespace varnel {
@@ -18,13 +19,17 @@ namespace {
 /// folder.
 struct Address {
     sockaddr_un raw{};
+    socklen_t length = sizeof raw;
     UniqueFd folder;
 
     /// 0 or an error number.
     int set(const std::string& path) {
         raw.sun_family = AF_UNIX;
         std::string text = path;
-        if (text.size() >= sizeof raw.sun_path) {
+        const bool isName = text.starts_with('\0');
+        if (isName) // as long as it is: every byte counts
+            length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + text.size());
+        if (!isName && text.size() >= sizeof raw.sun_path) {
             folder.reset(::open(parentPath(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
             if (!folder)
                 return errno;
@@ -67,7 +72,7 @@ std::expected<UniqueFd, int> LocalSocket::connectTo(const std::string& path) {
     if (int error = address.set(path))
         return std::unexpected(error);
     auto made = makeSocket();
-    if (made && ::connect(made->get(), address.pointer(), sizeof address.raw) != 0)
+    if (made && ::connect(made->get(), address.pointer(), address.length) != 0)
         return std::unexpected(errno);
     return made;
 }

@@ -15,7 +15,8 @@ namespace LocalSocket {
 
 /// Listening, readable and writable by its owner only. The file must not exist yet.
 std::expected<UniqueFd, int> listenAt(const std::string& path);
-/// Connected, not blocking. ECONNREFUSED or ENOENT: nobody listens. EAGAIN: somebody does, but is very busy.
+/// Connected, not blocking. A path that begins with NUL is a name outside of the file system. ECONNREFUSED or
+/// ENOENT: nobody listens. EAGAIN: somebody does, but is very busy.
 std::expected<UniqueFd, int> connectTo(const std::string& path);
 /// The user at the other end.
 std::optional<uid_t> peerUser(int descriptor);

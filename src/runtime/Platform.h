@@ -7,6 +7,7 @@
 #include "commands/CommandFactory.h"
 #include "keyboard/KeyboardMonitoring.h"
 #include "runtime/Permissions.h"
+#include "runtime/SessionWatch.h"
 #include "runtime/WindowServices.h"
 
 #include <functional>
@@ -41,6 +42,9 @@ public:
     virtual WindowServices* windowServices() = 0;
     /// Starts a program, looked up in PATH, that lives on by itself; a failure is ignored.
     virtual void startProgram(const std::vector<std::string>& argv) = 0;
+    /// Hears of the user's session; null where the system tells nothing of it. Called once the keyboard is
+    /// captured.
+    virtual std::unique_ptr<SessionWatching> watchSession() { return nullptr; }
     /// Gets ready, on `queue`, what the first command would otherwise wait for. Called once the keyboard is
     /// captured.
     virtual void prepareCommands(SerialExecutor& queue) = 0;

@@ -40,17 +40,20 @@ class Desktop:
         eventually(lambda: "tint2" in self.run("xwininfo", "-root", "-tree"))
         return panel
 
-    def start_bus(self, variable):
-        bus = self.spawn("dbus-daemon", "--session", "--nofork", "--print-address", stdout=subprocess.PIPE, text=True)
+    def start_bus(self, variable, address=()):
+        """A bus at an address of its own choice, or at one that was in use before."""
+        bus = self.spawn("dbus-daemon", "--session", "--nofork", "--print-address", *address, stdout=subprocess.PIPE,
+                         text=True)
         self.environment[variable] = bus.stdout.readline().strip()
+        return bus
 
     def run(self, *words):
         return subprocess.run(words, env=self.environment, capture_output=True, text=True, timeout=20).stdout
 
-    def app(self, *words, **more):
+    def app(self, *words, program=("varnel-app",), **more):
         """The application, once it captures keys."""
         process = subprocess.Popen(
-            [str(BINARIES / "varnel-app"), "--bundled-plugins", str(self.home.path / "no-plugins"), *map(str, words)],
+            [str(BINARIES / program[0]), *program[1:], "--bundled-plugins", str(self.home.path / "no-plugins"), *map(str, words)],
             stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, env={**self.environment, **more})
         self.started.append(process)
         process.line = process.stdout.readline()

@@ -1,5 +1,6 @@
 """A login manager on a private bus, for the tests: does what the lines of standard input say ("lock", "unlock",
-"hint true", "sleep true", …) and prints what it is asked for ("inhibit", "released")."""
+"hint true", "sleep true", …) and prints what it is asked for ("inhibit", "released"). The argument "service" puts all
+programs into no session, as those are that the user's service manager starts."""
 import os
 import sys
 
@@ -11,6 +12,7 @@ from gi.repository import GLib
 LOGIN = "org.freedesktop.login1"
 MANAGER = LOGIN + ".Manager"
 SESSION = LOGIN + ".Session"
+SESSION_PATH = "/org/freedesktop/login1/session/one"
 
 
 def say(text):
@@ -18,6 +20,12 @@ def say(text):
 
 
 class Session(dbus.service.Object):
+    is_locked = False
+
+    @dbus.service.method(dbus.PROPERTIES_IFACE, in_signature="ss", out_signature="v")
+    def Get(self, _interface, _name):
+        return dbus.Boolean(Session.is_locked)
+
     @dbus.service.signal(SESSION, signature="")
     def Lock(self):
         pass
@@ -31,10 +39,18 @@ class Session(dbus.service.Object):
         pass
 
 
+class User(dbus.service.Object):
+    @dbus.service.method(dbus.PROPERTIES_IFACE, in_signature="ss", out_signature="v")
+    def Get(self, _interface, _name):
+        return dbus.Struct(("one", dbus.ObjectPath(SESSION_PATH)), signature="so", variant_level=1)
+
+
 class Manager(dbus.service.Object):
     @dbus.service.method(MANAGER, in_signature="u", out_signature="o")
     def GetSessionByPID(self, _process):
-        return "/org/freedesktop/login1/session/one"
+        if sys.argv[1:] == ["service"]:
+            raise dbus.DBusException("no session", name=LOGIN + ".NoSessionForPID")
+        return SESSION_PATH
 
     @dbus.service.method(MANAGER, in_signature="ssss", out_signature="h")
     def Inhibit(self, what, _who, _why, mode):
@@ -55,7 +71,8 @@ def main():
     bus = dbus.SystemBus()
     name = dbus.service.BusName(LOGIN, bus)
     manager = Manager(name, "/org/freedesktop/login1")
-    session = Session(name, "/org/freedesktop/login1/session/one")
+    session = Session(name, SESSION_PATH)
+    user = User(name, f"/org/freedesktop/login1/user/_{os.getuid()}")  # noqa: F841
     loop = GLib.MainLoop()
 
     def obey(*_):
@@ -67,7 +84,9 @@ def main():
         elif words[0] == "unlock":
             session.Unlock()
         elif words[0] == "hint":
-            session.PropertiesChanged(SESSION, {"LockedHint": dbus.Boolean(words[1] == "true")}, [])
+            Session.is_locked = words[1] == "true"
+            changed = {"Leader": dbus.UInt32(4), "Active": True, "LockedHint": dbus.Boolean(Session.is_locked)}
+            session.PropertiesChanged(SESSION, changed, ["Seat"])
         elif words[0] == "sleep":
             manager.PrepareForSleep(words[1] == "true")
         return True

@@ -156,12 +156,22 @@ class NoPanelTest(ShellTest):
 
 
 class SessionTest(ShellTest):
-    def start_login_manager(self):
-        self.desktop.start_bus("DBUS_SYSTEM_BUS_ADDRESS")
-        self.manager = self.desktop.spawn("/usr/bin/python3", script("login_manager.py"), stdin=subprocess.PIPE,
-                                          stdout=subprocess.PIPE, text=True)
+    panel = False
+    runs = ["varnel-app"]
+
+    def start(self, **more):
+        return super().start(program=self.runs, **more)
+
+    def start_login_manager(self, *words, address=()):
+        bus = self.desktop.start_bus("DBUS_SYSTEM_BUS_ADDRESS", address)
+        self.manager = self.desktop.spawn("/usr/bin/python3", script("login_manager.py"), *words,
+                                          stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         self.addCleanup(self.manager.stdin.close)
         self.assertEqual(self.manager.stdout.readline(), "ready\n")
+        return bus
+
+    def send(self, bus, *words):
+        self.desktop.run("dbus-send", f"--bus={self.desktop.environment[bus]}", "--type=signal", *words)
 
     def tell(self, line, reasons):
         self.manager.stdin.write(line + "\n")
@@ -170,7 +180,7 @@ class SessionTest(ShellTest):
 
     def test_capturing_ends_before_the_lock_and_the_sleep_and_comes_back(self):
         self.start_login_manager()
-        self.start_with_icon()
+        self.start()
         self.assertEqual(self.manager.stdout.readline(), "inhibit sleep delay\n")
         time.sleep(0.5)
         self.tell("lock", ["session locked"])
@@ -187,8 +197,57 @@ class SessionTest(ShellTest):
         self.tell("lock", ["session locked"])  # which no locker follows
         self.assertTrue(eventually(lambda: self.desktop.reasons() == [], 8))
 
+    def test_a_service_of_the_users_hears_of_his_session_that_is_locked_already(self):
+        self.start_login_manager("service")
+        self.manager.stdin.write("hint true\n")
+        self.manager.stdin.flush()
+        self.start(XDG_SESSION_ID="")
+        self.assertTrue(eventually(lambda: self.desktop.reasons() == ["session locked"]))
+        self.tell("hint false", [])
+        self.assertTrue(self.triggers())
+
+    def test_screen_savers_tell_of_themselves_and_strangers_are_not_heard(self):
+        self.desktop.start_bus("DBUS_SESSION_BUS_ADDRESS")
+        self.start_login_manager()
+        self.start()
+        self.assertEqual(self.manager.stdout.readline(), "inhibit sleep delay\n")
+        self.assertTrue(eventually(lambda: ":1.1" in self.desktop.run(
+            "dbus-send", f"--bus={self.desktop.environment['DBUS_SYSTEM_BUS_ADDRESS']}", "--print-reply",
+            "--dest=org.freedesktop.DBus", "/", "org.freedesktop.DBus.ListNames")))
+        for saver in ("gnome", "freedesktop"):
+            for active in ("true", "false"):
+                self.send("DBUS_SESSION_BUS_ADDRESS", "/", f"org.{saver}.ScreenSaver.ActiveChanged", f"boolean:{active}")
+                self.assertTrue(eventually(
+                    lambda: self.desktop.reasons() == (["session locked"] if active == "true" else [])), active)
+        for name in range(6):  # whoever it is that we are
+            self.send("DBUS_SYSTEM_BUS_ADDRESS", f"--dest=:1.{name}", "/org/freedesktop/login1",
+                      "org.freedesktop.login1.Manager.PrepareForSleep", "boolean:true")
+        self.tell("lock", ["session locked"])
+
+    def test_a_bus_that_is_started_again_is_heard_again(self):
+        address = ["--address", f"unix:path={self.desktop.home.path}/bus"]
+        bus = self.start_login_manager(address=address)
+        self.start()
+        self.assertEqual(self.manager.stdout.readline(), "inhibit sleep delay\n")
+        self.tell("hint true", ["session locked"])
+        bus.terminate()
+        bus.wait(5)
+        self.assertEqual(self.desktop.reasons(), ["session locked"])
+        self.start_login_manager(address=address)  # and now it is not locked
+        self.assertTrue(eventually(lambda: self.desktop.reasons() == [], 8))
+        self.tell("lock", ["session locked"])
+
+
+class HeadlessSessionTest(SessionTest):
+    runs = ["varnel", "run", "--headless"]
+
+
+class LockerTest(ShellTest):
+    panel = False
+    runs = ["varnel-app"]
+
     def test_lockers_get_the_keyboard_also_in_the_middle_of_a_sequence(self):
-        self.start_with_icon()
+        self.start(program=self.runs)
         for locker in (["i3lock", "--nofork"], ["xsecurelock"]):
             with self.subTest(locker=locker[0]):
                 self.desktop.keys("ctrl+j")
@@ -202,6 +261,10 @@ class SessionTest(ShellTest):
                 locked.wait(5)
                 self.assertTrue(eventually(lambda: self.desktop.status()["trouble"] == ""))
                 self.assertTrue(eventually(self.triggers))
+
+
+class HeadlessLockerTest(LockerTest):
+    runs = ["varnel", "run", "--headless"]
 
 
 @unittest.skipIf(SANITIZED, "measures the program as users run it")

@@ -1,5 +1,4 @@
 #include "app/ShellSystem.h"
-#include "app/linux/BusSessionWatch.h"
 #include "app/linux/PanelWatch.h"
 #include "base/PosixFileSystem.h"
 #include "runtime/linux/AutostartEntry.h"
@@ -28,7 +27,6 @@ ShellSystem makeShellSystem(EventLoop& loop, Application& application) {
     ShellSystem system;
     system.login = std::make_unique<OwnAutostartEntry>(AutostartEntry::Places::fromEnvironment(
         options.paths.home, appendPath(options.programFolder, "varnel-app")));
-    system.session = std::make_unique<BusSessionWatch>(loop);
     system.surroundings = makeOverlaySurroundings(loop);
     system.whenPanelIsReady = whenPanelIsReady;
     system.opener = "xdg-open";

@@ -1,5 +1,4 @@
 #include "app/ShellSystem.h"
-#include "app/macos/MacSessionWatch.h"
 #include "runtime/macos/SystemLoginItem.h"
 
 namespace varnel {
@@ -7,7 +6,6 @@ namespace varnel {
 ShellSystem makeShellSystem(EventLoop& loop, Application& application) {
     ShellSystem system;
     system.login = std::make_unique<ServiceLoginItem>(systemLoginItem());
-    system.session = std::make_unique<MacSessionWatch>(loop);
     system.surroundings = makeOverlaySurroundings(loop);
     system.askForPermission = [&application] {
         if (Permissions* permissions = application.permissions())

@@ -6,6 +6,7 @@
 #include "keyboard/macos/SystemEventTaps.h"
 #include "runtime/Platform.h"
 #include "runtime/macos/MacDoctorFacts.h"
+#include "runtime/macos/MacSessionWatch.h"
 #include "runtime/macos/MacWindowServices.h"
 #include "runtime/macos/SystemPermissions.h"
 
@@ -42,7 +43,8 @@ private:
 class MacPlatform final : public Platform {
 public:
     explicit MacPlatform(PlatformSurroundings surroundings)
-        : log_(surroundings.log)
+        : loop_(surroundings.loop)
+        , log_(surroundings.log)
         , permissions_(systemPermissions(), surroundings.loop)
         , fileEvents_(surroundings.loop, systemVnodes())
         , workspace_(systemWorkspace())
@@ -91,10 +93,15 @@ public:
             waitpid(child, nullptr, 0);
     }
 
+    std::unique_ptr<SessionWatching> watchSession() override {
+        return std::make_unique<MacSessionWatch>(loop_);
+    }
+
     /// Nothing takes long here.
     void prepareCommands(SerialExecutor&) override {}
 
 private:
+    EventLoop& loop_;
     LogSink& log_;
     PosixFileSystem files_;
     WatchedTaps taps_;

@@ -9,6 +9,7 @@
 #include "keyboard/notation/PostedKeyLedger.h"
 #include "keyboard/x11/XcbKeyboardEventTapSession.h"
 #include "runtime/Platform.h"
+#include "runtime/linux/BusSessionWatch.h"
 #include "runtime/x11/X11WindowServices.h"
 
 #include <unistd.h>
@@ -143,6 +144,10 @@ public:
     }
 
     std::optional<std::string> frontmostApplication() override { return desktop_.frontmostClass(); }
+
+    std::unique_ptr<SessionWatching> watchSession() override {
+        return std::make_unique<BusSessionWatch>(loop_);
+    }
 
     void prepareCommands(SerialExecutor& queue) override {
         queue.submit([this, alive = std::weak_ptr(alive_)] {

@@ -1,4 +1,4 @@
-#include "app/macos/MacSessionWatch.h"
+#include "runtime/macos/MacSessionWatch.h"
 
 #import <AppKit/AppKit.h>
 
