@@ -57,6 +57,7 @@ std::vector<MenuEntry> menuEntries(const ShellState& state) {
     entries.push_back({Action::separator, {}});
     entries.push_back({Action::reload, localized("Reload Configuration")});
     entries.push_back({Action::openConfiguration, localized("Open Configuration")});
+    entries.push_back({Action::showWhy, localized("Why did nothing happen?")});
     entries.push_back({Action::showSettings, localized("Settings…")});
     entries.push_back({Action::separator, {}});
     entries.push_back({Action::showAbout, localized("About Varnel!")});

@@ -30,6 +30,7 @@ struct MenuEntry {
         resume,
         reload,
         openConfiguration,
+        showWhy,
         showSettings,
         showAbout,
         quit,

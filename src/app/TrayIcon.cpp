@@ -3,6 +3,7 @@
 #include "app/QtText.h"
 #include "app/ShellActions.h"
 #include "app/StateIcon.h"
+#include "app/WhyPage.h"
 
 namespace varnel {
 
@@ -98,6 +99,8 @@ void TrayIcon::run(Action action) {
         return actions_.reload();
     case Action::openConfiguration:
         return actions_.openConfiguration();
+    case Action::showWhy:
+        return actions_.showSettings(kWhyPage);
     case Action::showSettings:
         return actions_.showSettings({});
     case Action::showAbout:

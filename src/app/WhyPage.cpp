@@ -160,7 +160,7 @@ std::unique_ptr<QWidget> makePage(const WhyPageContext& context) {
 } // namespace
 
 SettingsPage makeWhyPage(const WhyPageContext& context) {
-    return {QStringLiteral("why"), qtText(localized("Why did nothing happen?")),
+    return {QLatin1String(kWhyPage), qtText(localized("Why did nothing happen?")),
             qtText(localized("diagnostics decisions log monitor problem trouble ignored key")),
             [context] { return makePage(context); }};
 }

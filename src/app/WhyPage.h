@@ -9,6 +9,9 @@
 
 namespace varnel {
 
+/// By which the settings window is asked to show it.
+inline constexpr const char* kWhyPage = "why";
+
 /// "Why did nothing happen?": the last decisions in plain words, the latest first, kept up to date while the
 /// page is seen.
 struct WhyPageContext {

@@ -41,9 +41,9 @@ std::string lines(const ShellState& state) {
     return text;
 }
 
-constexpr const char* kRest =
-    "--\nReload Configuration\nOpen Configuration\nSettings…\n--\nAbout Varnel!\nQuit "
-    "Varnel!\n";
+constexpr const char* kRest = "--\nReload Configuration\nOpen Configuration\nWhy did nothing "
+                              "happen?\nSettings…\n--\nAbout Varnel!\nQuit "
+                              "Varnel!\n";
 
 TEST(Menu, OffersToPauseWhileListening) {
     ShellState state = listening();

@@ -85,12 +85,12 @@ class MenuTest(ShellTest):
         app = self.start_with_icon()
         self.desktop.menu(6)
         self.assertTrue(eventually(lambda: self.marks() == 1), "the editor")
-        for steps, title in ((7, "Varnel! Settings"), (8, "About Varnel!"), (1, "Varnel!")):
+        for steps, title in ((8, "Varnel! Settings"), (7, "Varnel! Settings"), (9, "About Varnel!"), (1, "Varnel!")):
             self.desktop.menu(steps)
             self.assertTrue(eventually(lambda: self.desktop.active_window() == title), title)
             self.desktop.keys("Escape")
             self.assertTrue(eventually(lambda: title not in self.desktop.windows()), title)
-        self.desktop.menu(9)
+        self.desktop.menu(10)
         self.assertEqual(app.wait(5), 0)
 
     def test_a_second_start_brings_the_first_forward_and_ends(self):
@@ -280,7 +280,7 @@ class WeightTest(ShellTest):
             app.wait(5)
         self.assertLess(min(times), 0.1, times)
         app = self.start_with_icon()
-        for steps in (7, 8, 1):
+        for steps in (7, 8, 9, 1):
             self.desktop.menu(steps)
             time.sleep(0.3)
             self.desktop.keys("Escape")
