@@ -9,6 +9,7 @@
 #include "base/Localized.h"
 #include "base/ManualEventLoop.h"
 #include "base/MemoryPreferenceStore.h"
+#include "base/MessageCatalogue.h"
 #include "base/PosixFileSystem.h"
 #include "config/LocalConfigStorageProvider.h"
 #include "keyboard/TimingPreferences.h"
@@ -33,6 +34,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 
 namespace varnel {
@@ -472,25 +474,64 @@ TEST_F(SettingsTest, FitsIntoTheWindowInLongerLanguages) {
     setLocalizer(nullptr);
 }
 
+std::optional<MessageCatalogue> spoken;
+
+/// The letters that work with Alt on a page.
+std::multiset<QChar> letters(const QWidget& page) {
+    std::multiset<QChar> found;
+    const auto add = [&found](const QString& text) {
+        if (const auto place = text.indexOf('&'); place >= 0)
+            found.insert(text[place + 1].toLower());
+    };
+    for (const QLabel* label : page.findChildren<QLabel*>())
+        if (label->buddy())
+            add(label->text());
+    for (const QAbstractButton* button : page.findChildren<QAbstractButton*>())
+        add(button->text());
+    return found;
+}
+
+TEST_F(SettingsTest, EachLetterWorksOnceOnAPageInEveryLanguage) {
+    testing::makePackage(installed, "notes", "notes");
+    plugins->reload();
+    std::map<QString, std::size_t> english;
+    for (const std::string language : {"en", "de", "ja"}) {
+        spoken = MessageCatalogue::open(std::string(VARNEL_BINARY_DIR "/../share/varnel/locale/") + language +
+                                        ".mo");
+        ASSERT_EQ(spoken.has_value(), language != "en");
+        setLocalizer([](std::string_view text) { return spoken ? spoken->find(text) : std::nullopt; });
+        const auto expectOnce = [&language](const std::multiset<QChar>& found, const QString& page) {
+            for (const QChar letter : found)
+                EXPECT_EQ(found.count(letter), 1u)
+                    << language << page.toStdString() << QString(letter).toStdString();
+        };
+        for (const SettingsPage& page : pages()) {
+            const auto found = letters(*page.make());
+            EXPECT_EQ(found.size(), english.emplace(page.identifier, found.size()).first->second)
+                << language << page.identifier.toStdString();
+            expectOnce(found, page.identifier);
+        }
+        // Any two decisions but for the two ways to trust may be offered together.
+        std::string labels = localized("Look for &New Ones");
+        for (int one = static_cast<int>(CapabilityDecision::trustBuiltInID);
+             one <= static_cast<int>(CapabilityDecision::enable); ++one)
+            labels += label(static_cast<CapabilityDecision>(one));
+        std::multiset<QChar> offered;
+        for (const QString& part : QString::fromStdString(labels).split('&').mid(1))
+            offered.insert(part.at(0).toLower());
+        EXPECT_EQ(offered.size(), 6u) << language;
+        expectOnce(offered, "decisions");
+    }
+    setLocalizer(nullptr);
+    EXPECT_GT(english["timing"], 3u);
+}
+
 TEST_F(SettingsTest, CanBeUsedWithTheKeyboardAlone) {
     testing::makePackage(installed, "notes", "notes");
     plugins->reload();
     for (const SettingsPage& page : pages()) {
         const auto widget = page.make();
         widget->show();
-        std::multiset<QChar> letters;
-        const auto addLetter = [&](const QString& text) {
-            if (const auto place = text.indexOf('&'); place >= 0)
-                letters.insert(text[place + 1].toLower());
-        };
-        for (const QLabel* label : widget->findChildren<QLabel*>())
-            if (label->buddy())
-                addLetter(label->text());
-        for (const QAbstractButton* found : widget->findChildren<QAbstractButton*>())
-            addLetter(found->text());
-        for (const QChar letter : letters)
-            EXPECT_EQ(letters.count(letter), 1u)
-                << page.identifier.toStdString() << QString(letter).toStdString();
         for (const QWidget* child : widget->findChildren<QWidget*>()) {
             const auto* asButton = qobject_cast<const QAbstractButton*>(child);
             const bool isOwn = qobject_cast<const QAbstractItemView*>(child) ||
