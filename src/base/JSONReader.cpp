@@ -6,6 +6,7 @@
 #define SIMDJSON_EXCEPTIONS 0
 #include <simdjson.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -63,7 +64,8 @@ private:
         }
         case ondemand::json_type::number: {
             double number = 0;
-            return (source.get_double().get(number) == SUCCESS || numberTheLongWay(source, number)) &&
+            return ((isShort(source) && source.get_double().get(number) == SUCCESS) ||
+                    numberTheLongWay(source, number)) &&
                    tell(handler_.number(number));
         }
         case ondemand::json_type::boolean: {
@@ -78,7 +80,14 @@ private:
         return false;
     }
 
-    /// The library refuses some valid numbers, such as zeros with huge exponents.
+    /// The library misreads fractions below one with more than 19 digits.
+    static bool isShort(ondemand::value& source) {
+        constexpr std::size_t kTrustedLength = 19;
+        const std::string_view token = source.raw_json_token();
+        return std::min(token.find_first_of(" \t\r\n"), token.size()) <= kTrustedLength;
+    }
+
+    /// It also refuses some valid numbers, such as zeros with huge exponents.
     static bool numberTheLongWay(ondemand::value& source, double& number) {
         const auto value = readJSONPlainly(std::string_view(source.raw_json_token()));
         if (!value || !value->number())
