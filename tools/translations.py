@@ -95,11 +95,17 @@ def kinds(tokens):
     yield from (text for kind, text, _ in tokens if kind == "string" and not text.endswith(".h"))
 
 
+def failures(tokens):
+    yield from (text for kind, text, _ in tokens if kind == "string" and text.startswith("Could not ") and "%1" in text)
+
+
 # Variables that `localized` may be given: the file of the call -> where the texts stand, and how they are found.
 VARIABLE_KEYS = {
     "src/documents/ActionPhrase.cpp": ("src/commands/WindowManagerOperations.cpp", operation_texts),
     "src/cli/CommandLine.cpp": ("src/cli/", help_texts),
     "src/cli/verbs/OperationsVerb.cpp": ("src/commands/WindowManagerOperations.cpp", operation_texts),
+    "src/base/FilePreferenceStore.cpp": ("src/base/JSONValue.cpp", kinds),
+    "src/base/FileSystem.cpp": ("src/base/FileSystem.cpp", failures),
     "src/config/ConfigTreeDecoder.cpp": ("src/base/JSONValue.cpp", kinds),
     "src/plugins/JSONNode.cpp": ("src/base/JSONValue.cpp", kinds),  # and what the decoder expects
     "src/base/Localized.h": (None, None),  # the function itself

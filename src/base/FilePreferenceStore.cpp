@@ -2,6 +2,7 @@
 
 #include "base/JSONReader.h"
 #include "base/JSONWriter.h"
+#include "base/Localized.h"
 #include "base/Uuid.h"
 
 #include <cerrno>
@@ -93,8 +94,10 @@ std::expected<JSONValue::Object, std::string> FilePreferenceStore::readValues(bo
         return std::move(*value->object());
     damaged = true;
     return std::unexpected(
-        "The preferences in " + path_ + " cannot be read: " +
-        (value ? "expected an object, found " + std::string(value->kindName()) : describe(value.error())));
+        localized("The preferences in %1 cannot be read: %2",
+                  {path_, value ? localized("expected %1, found %2",
+                                            {localized("an object"), localized(value->kindName())})
+                                : describe(value.error())}));
 }
 
 std::expected<void, std::string> FilePreferenceStore::moveAside() {

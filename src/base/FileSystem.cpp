@@ -1,13 +1,43 @@
 #include "base/FileSystem.h"
 
+#include "base/Localized.h"
+
 #include <cerrno>
+#include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace varnel {
 
+namespace {
+
+/// What could not be done, and why. An operation that is not listed is told in English.
+constexpr std::pair<std::string_view, std::string_view> kSentences[] = {
+    {"look at", "Could not look at %1: %2"},
+    {"read", "Could not read %1: %2"},
+    {"read the link", "Could not read the link %1: %2"},
+    {"follow", "Could not follow %1: %2"},
+    {"list", "Could not list %1: %2"},
+    {"create", "Could not create %1: %2"},
+    {"create the folder", "Could not create the folder %1: %2"},
+    {"write", "Could not write %1: %2"},
+    {"replace", "Could not replace %1: %2"},
+    {"rename", "Could not rename %1: %2"},
+    {"remove", "Could not remove %1: %2"},
+    {"sync", "Could not sync %1: %2"},
+    {"set the permissions of", "Could not set the permissions of %1: %2"},
+    {"set the owner of", "Could not set the owner of %1: %2"},
+    {"copy the extended attributes to", "Could not copy the extended attributes to %1: %2"},
+};
+
+} // namespace
+
 std::string describe(const FileError& error) {
-    return "Could not " + error.operation + " " + error.path + ": " +
-           std::generic_category().message(error.code);
+    const std::string reason = std::generic_category().message(error.code);
+    for (const auto& [operation, sentence] : kSentences)
+        if (operation == error.operation)
+            return localized(sentence, {error.path, reason});
+    return "Could not " + error.operation + " " + error.path + ": " + reason;
 }
 
 bool FileSystem::exists(const std::string& path) {
@@ -69,11 +99,10 @@ std::string standardizedPath(std::string_view path) {
         path.remove_prefix(slash == std::string_view::npos ? path.size() : slash + 1);
         if (part.empty() || part == ".")
             continue;
-        if (part != "..")
-            kept.push_back(part);
-        else if (!kept.empty() && kept.back() != "..")
+        const bool climbs = part == "..";
+        if (climbs && !kept.empty() && kept.back() != "..")
             kept.pop_back();
-        else if (!absolute)
+        else if (!climbs || !absolute)
             kept.push_back(part);
     }
     std::string out = absolute ? "/" : "";

@@ -1,5 +1,6 @@
 #include "config/ConfigDocument.h"
 
+#include "base/Localized.h"
 #include "config/ConfigStreamReader.h"
 #include "config/ConfigTreeDecoder.h"
 
@@ -88,14 +89,16 @@ std::string_view itemTypeName(ItemType type) {
 
 std::string describe(const ConfigFault& fault) {
     const std::string place = describe(fault.path);
-    return (place.empty() ? "" : place + ": ") + fault.message + " (line " +
-           std::to_string(fault.position.line) + ", column " + std::to_string(fault.position.column) + ")";
+    return localized("%1 (line %2, column %3)",
+                     {(place.empty() ? "" : place + ": ") + fault.message,
+                      std::to_string(fault.position.line), std::to_string(fault.position.column)});
 }
 
 std::string describe(const ConfigDecodingError& error) {
     if (!error.cause)
         return describe(error.fault);
-    return describe(*error.cause) + "; nor is it a bare list of items: " + describe(error.fault);
+    return localized("%1; nor is it a bare list of items: %2",
+                     {describe(*error.cause), describe(error.fault)});
 }
 
 std::string describe(const ConfigEncodingError& error) {

@@ -1,9 +1,11 @@
 #include "base/JSONWriter.h"
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "config/ConfigDocument.h"
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <utility>
 
 namespace varnel {
@@ -18,36 +20,41 @@ bool isWritable(std::string_view text) {
     return ascii || isValidUTF8(text);
 }
 
-/// Why nobody could read the value again, or nothing. `level` is the value's own level in the document.
-const char* objection(const JSONValue& value, int level) {
-    if (level > kMaximumJSONDepth)
-        return "is nested too deeply";
-    if (const double* number = value.number())
-        return std::isfinite(*number) ? nullptr : "holds a number that is not finite";
-    if (const std::string* text = value.string())
-        return isWritable(*text) ? nullptr : "holds text that is not UTF-8";
-    if (const JSONValue::Array* elements = value.array())
-        for (const JSONValue& element : *elements)
-            if (const char* reason = objection(element, level + 1))
-                return reason;
-    if (const JSONValue::Object* members = value.object())
-        for (const auto& [key, member] : *members) {
-            if (!isWritable(key))
-                return "holds text that is not UTF-8";
-            if (const char* reason = objection(member, level + 1))
-                return reason;
-        }
-    return nullptr;
+/// Why nobody could read something again.
+enum class Objection { isTooDeep, hasEndlessNumber, hasOtherText };
+using PossibleObjection = std::optional<Objection>;
+
+PossibleObjection objection(const std::string& text) {
+    return isWritable(text) ? std::nullopt : PossibleObjection(Objection::hasOtherText);
 }
 
-const char* objection(const JSONValue::Object& members, int level) {
+PossibleObjection objection(const JSONValue& value, int level);
+
+PossibleObjection objection(const JSONValue::Object& members, int level) {
     for (const auto& [key, member] : members) {
-        if (!isWritable(key))
-            return "holds text that is not UTF-8";
-        if (const char* reason = objection(member, level))
-            return reason;
+        if (const auto found = objection(key))
+            return found;
+        if (const auto found = objection(member, level))
+            return found;
     }
-    return nullptr;
+    return std::nullopt;
+}
+
+/// `level` is the value's own level in the document.
+PossibleObjection objection(const JSONValue& value, int level) {
+    if (level > kMaximumJSONDepth)
+        return Objection::isTooDeep;
+    if (const double* number = value.number(); number && !std::isfinite(*number))
+        return Objection::hasEndlessNumber;
+    if (const std::string* text = value.string())
+        return objection(*text);
+    if (const JSONValue::Array* elements = value.array())
+        for (const JSONValue& element : *elements)
+            if (const auto found = objection(element, level + 1))
+                return found;
+    if (const JSONValue::Object* members = value.object())
+        return objection(*members, level + 1);
+    return std::nullopt;
 }
 
 /// Levels of the canonical document: document 1, items 2, item 3, action 4, params 5, a parameter 6.
@@ -55,24 +62,34 @@ constexpr int kParameterLevel = 6;
 /// Document 1, plugin settings 2, one plugin's 3, a setting 4.
 constexpr int kSettingLevel = 4;
 
-const char* objection(const ConfigItem& item) {
+PossibleObjection objection(const ConfigItem& item) {
     const bool keysFine = std::all_of(item.keys.begin(), item.keys.end(), isWritable);
     if (!keysFine || !isWritable(item.name))
-        return "holds text that is not UTF-8";
+        return Objection::hasOtherText;
     if (!item.action)
-        return nullptr;
+        return std::nullopt;
     if (!isWritable(item.action->pluginID) || !isWritable(item.action->actionID))
-        return "holds text that is not UTF-8";
+        return Objection::hasOtherText;
     return objection(item.action->params, kParameterLevel);
 }
 
-std::unexpected<ConfigEncodingError> refusal(const std::string& what, const char* reason) {
-    return std::unexpected(ConfigEncodingError{what + " " + reason});
+std::unexpected<ConfigEncodingError> refusal(const std::string& what, Objection reason) {
+    switch (reason) {
+    case Objection::isTooDeep:
+        return std::unexpected(ConfigEncodingError{localized("%1 is nested too deeply", {what})});
+    case Objection::hasEndlessNumber:
+        return std::unexpected(
+            ConfigEncodingError{localized("%1 holds a number that is not finite", {what})});
+    case Objection::hasOtherText:
+        break;
+    }
+    return std::unexpected(ConfigEncodingError{localized("%1 holds text that is not UTF-8", {what})});
 }
 
 std::string shownName(const ConfigItem& item) {
-    return isWritable(item.name) && !item.name.empty() ? "the item \"" + singleLine(item.name, 60) + "\""
-                                                       : "the item " + item.id.text();
+    return isWritable(item.name) && !item.name.empty()
+               ? localized("the item \"%1\"", {singleLine(item.name, 60)})
+               : localized("the item %1", {item.id.text()});
 }
 
 void writeMembers(JSONPrettyWriter& out, const JSONValue::Object& members) {
@@ -128,12 +145,12 @@ void writeItem(JSONPrettyWriter& out, const ConfigItem& item) {
 std::expected<std::string, ConfigEncodingError> encodeDocument(const std::vector<ConfigItem>& items,
                                                                const PluginSettings& pluginSettings) {
     for (const ConfigItem& item : items)
-        if (const char* reason = objection(item))
-            return refusal(shownName(item), reason);
+        if (const auto found = objection(item))
+            return refusal(shownName(item), *found);
     for (const auto& [plugin, settings] : pluginSettings)
-        if (const char* reason = isWritable(plugin) ? objection(settings, kSettingLevel)
-                                                    : "is named in text that is not UTF-8")
-            return refusal("the plugin settings of \"" + singleLine(plugin, 60) + "\"", reason);
+        if (const auto found = isWritable(plugin) ? objection(settings, kSettingLevel)
+                                                  : PossibleObjection(Objection::hasOtherText))
+            return refusal(localized("the plugin settings of \"%1\"", {singleLine(plugin, 60)}), *found);
     std::string text;
     text.reserve(items.size() * kBytesPerItemGuess + 64);
     JSONPrettyWriter out(text);
@@ -155,8 +172,8 @@ std::expected<std::string, ConfigEncodingError> encodeDocument(const std::vector
 }
 
 std::expected<std::string, ConfigEncodingError> encodeItem(const ConfigItem& item) {
-    if (const char* reason = objection(item))
-        return refusal(shownName(item), reason);
+    if (const auto found = objection(item))
+        return refusal(shownName(item), *found);
     std::string text;
     JSONPrettyWriter out(text);
     writeItem(out, item);

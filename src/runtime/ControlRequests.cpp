@@ -75,10 +75,15 @@ Object reload(Application& application, const Object& request) {
         localized("Loaded %1 root items", {std::to_string(application.config().rootItems().size())}));
 }
 
+Object reasonExpected(const Object& request) {
+    const EnglishTexts english(isForPrograms(request));
+    return failed(localized("expected a reason"));
+}
+
 Object suspend(Application& application, const Object& request) {
     const std::string* reason = textMember(request, "reason");
     if (!reason || trimmed(*reason).empty())
-        return failed("a reason is expected");
+        return reasonExpected(request);
     application.hotkeys().suspend(*reason);
     return succeeded(statusLine(application.hotkeys(), request));
 }
@@ -93,7 +98,7 @@ Object resume(Application& application, const Object& request) {
     }
     const std::string* reason = textMember(request, "reason");
     if (!reason || trimmed(*reason).empty())
-        return failed("a reason is expected");
+        return reasonExpected(request);
     hotkeys.resume(*reason);
     return succeeded(statusLine(hotkeys, request));
 }
@@ -126,7 +131,7 @@ std::optional<Object> refusedElsewhere(Application& application, const Object& r
     const std::string* display = textMember(request, "display");
     if (!display || *display == application.options().paths.display)
         return std::nullopt;
-    Object refusal = failed("the running application is on another display");
+    Object refusal = failed(localized("the running application is on another display"));
     refusal["isElsewhere"] = true;
     return refusal;
 }
@@ -135,7 +140,7 @@ std::optional<Object> refusedElsewhere(Application& application, const Object& r
 Object show(Application& application, const Object& request) {
     if (auto refusal = refusedElsewhere(application, request))
         return *refusal;
-    return application.present() ? succeeded() : failed("the running application has no windows");
+    return application.present() ? succeeded() : failed(localized("the running application has no windows"));
 }
 
 /// Sends a shortcut over the application, whose tap then knows the keys for its own.

@@ -34,6 +34,11 @@ class Languages(unittest.TestCase):
                 (GERMAN, ("chek",), "ist 'check' gemeint?"),
                 (GERMAN, ("operations", "close"), "Schließt das aktuelle Fenster."),
                 (JAPANESE, ("status",), "Varnel は実行されていません"),
+                (GERMAN, ("run", "--headless", "--config", "/dev/null/x/c.json"), "Der Ordner /dev/null/x ließ sich nicht anlegen"),
+                (GERMAN, ("format", self.home.write("half.json", '{"items":[]}')),
+                 "(Zeile 1, Spalte 1); auch eine bloße Liste von Einträgen ist es nicht"),
+                (JAPANESE, ("simulate", self.home.write("bad.sim", "pres a"), "--config", self.config),
+                 "1 行目: 不明な文 'pres'。もしかして 'press' ですか?"),
                 ({"LC_ALL": "xx_XX.UTF-8"}, ("status",), "Varnel is not running"),
                 ({**GERMAN, "LANGUAGE": "xx:ja"}, ("status",), "Varnel は実行されていません")]
         for environment, words, text in rows:

@@ -17,12 +17,12 @@ int run(const VerbCall& call, Console& console) {
     if (!call.arguments.empty())
         argument = call.arguments[0];
     if (write && check)
-        return fail(console, "--write and --check exclude each other");
+        return fail(console, localized("--write and --check exclude each other"));
     auto file = readConfig(call, argument);
     if (!file)
         return fail(console, file.error());
     if (write && file->path == "-")
-        return fail(console, "--write needs a file");
+        return fail(console, localized("--write needs a file"));
     auto document = decodeDocument(file->text);
     if (!document)
         return fail(console, file->path + ": " + describe(document.error()));

@@ -36,7 +36,7 @@ void warnOfSteps(const std::vector<std::string>& steps, Console& console) {
 int run(const VerbCall& call, Console& console) {
     const auto from = call.value(kFrom.name), to = call.value(kTo.name);
     if (!from || !to)
-        return fail(console, "needs --from KEYS and --to KEYS");
+        return fail(console, localized("needs --from KEYS and --to KEYS"));
     auto file = readConfig(call);
     if (!file)
         return fail(console, file.error());
@@ -53,7 +53,7 @@ int run(const VerbCall& call, Console& console) {
         warnOfSteps(newKeys, console);
         if (!call.has(kDryRun.name)) {
             if (file->path == "-")
-                return fail(console, "a file is needed to write to, or --dry-run");
+                return fail(console, localized("a file is needed to write to, or --dry-run"));
             const auto text = encodeDocument(result->items, document->pluginSettings);
             if (!text)
                 return fail(console, file->path + ": " + describe(text.error()));

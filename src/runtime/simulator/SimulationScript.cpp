@@ -1,6 +1,7 @@
 #include "runtime/simulator/SimulationScript.h"
 
 #include "base/JSONReader.h"
+#include "base/Localized.h"
 #include "base/Text.h"
 #include "keyboard/notation/KeyTokenCodec.h"
 
@@ -86,7 +87,7 @@ std::expected<Duration, std::string> takeDuration(std::string_view& rest) {
     const std::string_view word = takeWord(rest);
     const auto duration = parseDuration(word);
     if (!duration)
-        return fail("expected a time such as 250ms or 1.5s, found '" + std::string(word) + "'");
+        return fail(localized("expected a time such as 250ms or 1.5s, found '%1'", {word}));
     return *duration;
 }
 
@@ -95,15 +96,15 @@ std::expected<ParsedKeyToken, std::string> takeKey(std::string_view& rest) {
     if (auto token = KeyTokenCodec::parse(word))
         return *std::move(token);
     if (KeyTokenCodec::isModifierOnly(word))
-        return fail("'" + std::string(word) + "' is a bare modifier; use tap, hold, down or up");
-    return fail(word.empty() ? "expected a key" : KeyTokenCodec::explain(word));
+        return fail(localized("'%1' is a bare modifier; use tap, hold, down or up", {word}));
+    return fail(word.empty() ? localized("expected a key") : KeyTokenCodec::explain(word));
 }
 
 std::expected<Modifier, std::string> takeModifier(std::string_view& rest) {
     const std::string_view word = takeWord(rest);
     if (auto modifier = modifierNamed(lowercased(word)))
         return *modifier;
-    return fail("expected cmd, ctrl, alt or shift, found '" + std::string(word) + "'");
+    return fail(localized("expected cmd, ctrl, alt or shift, found '%1'", {word}));
 }
 
 Parsed parsePress(std::string_view& rest) {
@@ -140,28 +141,28 @@ Parsed parseSet(std::string_view& rest) {
     const std::string_view key = takeWord(rest);
     const std::string_view text = std::exchange(rest, {});
     if (key.empty() || text.empty())
-        return fail("expected a preference's key and its value");
+        return fail(localized("expected a preference's key and its value"));
     auto value = readJSON(text);
     if (!value)
-        return fail("the value is no JSON: " + varnel::describe(value.error()));
+        return fail(localized("the value is no JSON: %1", {varnel::describe(value.error())}));
     return SetPreference{std::string(key), *std::move(value)};
 }
 
 /// What is left of the line, as one text.
-std::expected<std::string, std::string> takeRest(std::string_view& rest, std::string_view what) {
+std::expected<std::string, std::string> takeRest(std::string_view& rest, const std::string& whatIsMissing) {
     const std::string_view text = std::exchange(rest, {});
     if (text.empty())
-        return fail("expected " + std::string(what));
+        return fail(whatIsMissing);
     return std::string(text);
 }
 
 Parsed parseSuspension(std::string_view& rest, bool isSuspended) {
-    auto reason = takeRest(rest, "a reason");
+    auto reason = takeRest(rest, localized("expected a reason"));
     return reason ? Parsed(Suspension{*std::move(reason), isSuspended}) : fail(reason.error());
 }
 
 Parsed parseReload(std::string_view& rest) {
-    auto path = takeRest(rest, "the path of a configuration");
+    auto path = takeRest(rest, localized("expected the path of a configuration"));
     return path ? Parsed(Reload{*std::move(path)}) : fail(path.error());
 }
 
@@ -174,7 +175,7 @@ Parsed parseChoices(std::string_view& rest) {
         const auto title =
             rest.front() == '"' && end < rest.size() ? readJSON(rest.substr(0, end + 1)) : JSONValue();
         if (!title || !title->string())
-            return fail("expected titles in quotes");
+            return fail(localized("expected titles in quotes"));
         choices.titles.push_back(*title->string());
         rest = trimmed(rest.substr(end + 1));
     }
@@ -204,8 +205,8 @@ Parsed parseStatement(std::string_view verb, std::string_view& rest) {
         return parseChoices(rest);
     const std::string near = nearest(verb, {"press", "tap", "hold", "down", "up", "key", "repeat", "wait",
                                             "set", "suspend", "resume", "reload", "choices"});
-    return fail("unknown statement '" + std::string(verb) + "'" +
-                (near.empty() ? "" : "; did you mean '" + near + "'?"));
+    const std::string unknown = localized("unknown statement '%1'", {verb});
+    return fail(near.empty() ? unknown : localized("%1; did you mean '%2'?", {unknown, near}));
 }
 
 Duration lengthOf(const Action& action) {
@@ -219,7 +220,7 @@ Duration lengthOf(const Action& action) {
 } // namespace
 
 std::string describe(const ScriptError& error) {
-    return "line " + std::to_string(error.line) + ": " + error.message;
+    return localized("line %1: %2", {std::to_string(error.line), error.message});
 }
 
 std::expected<std::vector<Statement>, ScriptError> parseScript(std::string_view script) {
@@ -236,9 +237,9 @@ std::expected<std::vector<Statement>, ScriptError> parseScript(std::string_view 
             continue;
         auto action = parseStatement(verb, rest);
         if (action && !rest.empty())
-            action = fail("unexpected '" + std::string(rest) + "'");
+            action = fail(localized("unexpected '%1'", {rest}));
         if (action && (total += lengthOf(*action)) > kLongestScript)
-            action = fail("the script takes too long");
+            action = fail(localized("the script takes too long"));
         if (!action)
             return std::unexpected(ScriptError{number, action.error()});
         statements.push_back({number, *std::move(action)});
