@@ -99,7 +99,7 @@ class Tokens(VerbTest):
             ("cmd", [None, None, 0x100000, "cmd", "cmd", True]),
             ("shift+ctrl", [None, None, 0x60000, "ctrl+shift", "shift+ctrl", True]),
         ]
-        answers = self.lines(0, "token", *[token for token, _ in rows])
+        answers = self.lines(0, "token", "--json", *[token for token, _ in rows])
         for (token, expected), answer in zip(rows, answers, strict=True):
             names = ["key", "keyCode", "flags", "normalized", "live", "modifierOnly"]
             self.assertEqual(answer, {"input": token, **dict(zip(names, expected))})
@@ -126,6 +126,7 @@ class Tokens(VerbTest):
                 (["27", "--full"], "f k d l s a h g u r m v i e c o w x p q z y t n b jj jf")]
         for words, expected in rows:
             self.assertEqual(self.status(0, "labels", *words).stdout.split(), expected.split(), words)
+            self.assertEqual(self.lines(0, "labels", "--json", *words), [expected.split()], words)
 
 
 class Lookup(VerbTest):

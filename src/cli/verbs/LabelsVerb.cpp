@@ -1,3 +1,4 @@
+#include "base/JSONWriter.h"
 #include "base/Localized.h"
 #include "cli/Verb.h"
 #include "keyboard/notation/ChoiceLabels.h"
@@ -19,12 +20,18 @@ int run(const VerbCall& call, Console& console) {
         console.complain(localized("N is a whole number up to %1", {std::to_string(kMaximumLabels)}));
         return ExitStatus::failed;
     }
-    for (const std::string& label : ChoiceLabels::labels(count, call.has("--full")))
+    const std::vector<std::string> labels = ChoiceLabels::labels(count, call.has("--full"));
+    if (call.has(kJSONOption.name)) {
+        console.out.line(writeCompactJSON(JSONValue::Array(labels.begin(), labels.end())));
+        return ExitStatus::fine;
+    }
+    for (const std::string& label : labels)
         console.out.line(label);
     return ExitStatus::fine;
 }
 
-constexpr VerbOption kOptions[] = {{"--full", "", "draw from all letters, not only the home row"}};
+constexpr VerbOption kOptions[] = {{"--full", "", "draw from all letters, not only the home row"},
+                                   kJSONOption};
 
 } // namespace
 

@@ -24,6 +24,7 @@ struct Outcome {
 constexpr VerbOption kOptions[] = {
     {"--send", "", "deliver it: over the running application, else directly"},
     {"--local", "", "deliver it to the application in front, not to the whole system"},
+    kJSONOption,
 };
 
 bool isTrue(const Object& answer, std::string_view key) {

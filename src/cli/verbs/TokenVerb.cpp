@@ -62,6 +62,8 @@ int run(const VerbCall& call, Console& console) {
     return status;
 }
 
+constexpr VerbOption kOptions[] = {kJSONOption};
+
 } // namespace
 
 extern const Verb kTokenVerb{.name = "token",
@@ -69,7 +71,7 @@ extern const Verb kTokenVerb{.name = "token",
                              .summary = "explains key tokens, one JSON line each",
                              .minimumArguments = 1,
                              .maximumArguments = kAnyNumber,
-                             .options = {},
+                             .options = kOptions,
                              .isForPrograms = true,
                              .run = run};
 
