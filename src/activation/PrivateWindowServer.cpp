@@ -118,6 +118,7 @@ std::optional<WindowServerSpaceSnapshot> PrivateWindowServer::spaceSnapshot() {
 
 void PrivateWindowServer::addWindows(WindowServerSpaceSnapshot& snapshot) {
     std::vector<std::pair<int, SpaceIdentifier>> spaces;
+    spaces.reserve(snapshot.spaceIndexesByID.size());
     for (const auto& [space, index] : snapshot.spaceIndexesByID)
         spaces.emplace_back(index, space);
     std::ranges::sort(spaces);

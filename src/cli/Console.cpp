@@ -13,7 +13,7 @@
 namespace varnel {
 
 namespace {
-constexpr std::size_t kBufferSize = 64 * 1024;
+constexpr std::size_t kBufferSize = std::size_t{64} * 1024;
 constexpr std::size_t kMaximumInput = 256u << 20;
 
 /// Whether the failed call is to be made again; waits as long as the descriptor is not ready.

@@ -86,18 +86,18 @@ std::vector<ImportRemark> gathered(const std::vector<ImportRemark>& notes) {
 
 } // namespace
 
-void ImportBuilder::cover(int line, std::string rule, std::string text) {
+void ImportBuilder::cover(int line, std::string_view rule, std::string text) {
     ++report_.rules;
     ++report_.converted;
-    note(line, std::move(rule), std::move(text));
+    note(line, rule, std::move(text));
 }
 
-void ImportBuilder::leaveOut(int line, std::string rule, std::string reason) {
+void ImportBuilder::leaveOut(int line, std::string_view rule, std::string reason) {
     ++report_.rules;
     report_.omitted.push_back(remark(line, rule, std::move(reason)));
 }
 
-void ImportBuilder::note(int line, std::string rule, std::string text) {
+void ImportBuilder::note(int line, std::string_view rule, std::string text) {
     report_.notes.push_back(remark(line, rule, std::move(text)));
 }
 
@@ -213,6 +213,7 @@ ImportReport ImportBuilder::finished() {
     settleGroups();
     addPassthroughGroups();
     std::vector<ConfigItem> items;
+    items.reserve(groupItems_.size() + report_.items.size());
     for (auto& [trigger, item] : groupItems_)
         items.push_back(std::move(item));
     std::ranges::move(report_.items, std::back_inserter(items));

@@ -33,9 +33,9 @@ public:
     /// A rule that only opens a sequence; without a converted rule beneath it, it is left out.
     void group(ImportedRule rule) { groups_.push_back(std::move(rule)); }
     /// A rule whose work is done without any item.
-    void cover(int line, std::string rule, std::string note);
-    void leaveOut(int line, std::string rule, std::string reason);
-    void note(int line, std::string rule, std::string text);
+    void cover(int line, std::string_view rule, std::string note);
+    void leaveOut(int line, std::string_view rule, std::string reason);
+    void note(int line, std::string_view rule, std::string text);
 
     [[nodiscard]] ImportReport finished();
 

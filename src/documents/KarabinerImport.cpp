@@ -109,6 +109,7 @@ private:
         if (wanted.empty())
             return {Trigger{}};
         std::vector<std::set<Trigger>> ways;
+        ways.reserve(wanted.size());
         for (const KarabinerRequirement& requirement : wanted)
             ways.push_back(waysTo(requirement, isEnabled));
         std::set<Trigger> all;
@@ -203,8 +204,8 @@ private:
 
     /// Whether the rule of a manipulator opens a sequence before it; its manipulators stand together.
     bool isGroupBefore(std::size_t index) const {
-        for (std::size_t i = index; i-- > 0 && entries_[i].rule == entries_[index].rule;)
-            if (isGroup(i))
+        for (std::size_t i = index; i > 0 && entries_[i - 1].rule == entries_[index].rule; --i)
+            if (isGroup(i - 1))
                 return true;
         return false;
     }

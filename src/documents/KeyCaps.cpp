@@ -93,6 +93,7 @@ std::string stepText(std::string_view step) {
 
 std::string triggerText(const std::vector<std::string>& steps) {
     std::vector<std::string> texts;
+    texts.reserve(steps.size());
     for (const std::string& step : steps)
         texts.push_back(stepText(step));
     return join(texts, ", ");

@@ -64,8 +64,8 @@ void addChoice(std::vector<std::string>& choices, const std::string& text) {
     const bool isRange = core.size() == 3 && core[1] == '-' && isAlphanumeric(core[0]) &&
                          isAlphanumeric(core[2]) && core[0] <= core[2];
     if (isRange)
-        for (int c = core[0]; c <= core[2]; ++c)
-            choices.emplace_back(1, static_cast<char>(c));
+        for (char c = core[0]; c <= core[2]; ++c)
+            choices.emplace_back(1, c);
     else
         choices.push_back(core == "_" ? std::string() : text);
 }

@@ -343,6 +343,7 @@ std::vector<std::string> SequenceMachine::hintOptions() const {
     if (!choices)
         return index_.nextTokens(positionOf(state_, index_.root())).sorted();
     std::vector<std::string> labels;
+    labels.reserve(choices->labeledChoices.size());
     for (const LabeledChoice& labeled : choices->labeledChoices)
         labels.push_back(labeled.label);
     std::ranges::sort(labels);

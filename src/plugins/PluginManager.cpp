@@ -100,6 +100,7 @@ struct PluginManager::State : std::enable_shared_from_this<PluginManager::State>
     void notify() {
         auto shown = current();
         std::vector<int> ids;
+        ids.reserve(observers.size());
         for (const auto& [id, observer] : observers)
             ids.push_back(id);
         for (int id : ids)
@@ -304,7 +305,7 @@ std::expected<PluginFileDigests, PluginTrustError> readTrustable(const PluginDes
 
 std::expected<Package, PluginTrustError> PluginManager::State::findTrustable(const std::string& pluginURL,
                                                                              BuiltInIDs builtInIDs) const {
-    const Package package = findPackage(*current(), pluginURL);
+    Package package = findPackage(*current(), pluginURL);
     if (!package)
         return unknownPackage(pluginURL);
     const std::string& id = package->manifest.id;
@@ -402,12 +403,15 @@ void PluginManager::trustInBackground(SerialExecutor& worker, const std::string&
 }
 
 void PluginManager::untrustInBackground(SerialExecutor& worker, const std::string& pluginURL, Done done) {
-    state_->scan(worker, [removed = state_->removeTrust(pluginURL), done] { done(removed); });
+    state_->scan(worker,
+                 [removed = state_->removeTrust(pluginURL), done = std::move(done)] { done(removed); });
 }
 
 void PluginManager::setEnabledInBackground(SerialExecutor& worker, const std::string& pluginURL, bool enabled,
                                            Done done) {
-    state_->scan(worker, [stored = state_->storeEnabled(pluginURL, enabled), done] { done(stored); });
+    state_->scan(worker, [stored = state_->storeEnabled(pluginURL, enabled), done = std::move(done)] {
+        done(stored);
+    });
 }
 
 std::unique_ptr<Command> PluginManager::makePluginCommand(const std::string& displayName,

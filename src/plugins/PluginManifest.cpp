@@ -226,6 +226,7 @@ JSONValue encodePluginManifest(const PluginManifest& manifest) {
 
 std::vector<const PluginFieldSchema*> orderedFields(const std::vector<PluginFieldSchema>& fields) {
     std::vector<const PluginFieldSchema*> ordered;
+    ordered.reserve(fields.size());
     for (const PluginFieldSchema& field : fields)
         ordered.push_back(&field);
     // Fields without a place of their own follow those that have one.

@@ -28,7 +28,7 @@ namespace {
 
 using Kind = PluginPackageHashError::Kind;
 // Small enough to stay in the processor's second cache between reading and hashing.
-constexpr std::size_t kBufferSize = 128 * 1024;
+constexpr std::size_t kBufferSize = std::size_t{128} * 1024;
 
 /// The package as an open folder; entries are reached from it by their relative paths.
 class Package {
@@ -97,9 +97,10 @@ public:
         if (::fstat(package_.descriptor(), &info) != 0)
             return std::unexpected(package_.failure(""));
         listing_.folders.push_back(entryOf("", info));
-        // Grows while it is walked.
-        for (std::size_t i = 0; i < listing_.folders.size() && !error_; ++i)
-            readFolder(listing_.folders[i].relativePath);
+        for (std::size_t i = 0; i < listing_.folders.size() && !error_; ++i) {
+            const std::string relative = listing_.folders[i].relativePath; // the list grows meanwhile
+            readFolder(relative);
+        }
         if (error_)
             return std::unexpected(*error_);
         std::ranges::sort(listing_.files, {}, &PluginPackageEntry::relativePath);
@@ -108,7 +109,7 @@ public:
     }
 
 private:
-    void readFolder(const std::string relative) {
+    void readFolder(const std::string& relative) {
         UniqueFd descriptor(::openat(package_.descriptor(), relative.empty() ? "." : relative.c_str(),
                                      O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         DIR* raw = descriptor ? ::fdopendir(descriptor.get()) : nullptr;

@@ -121,7 +121,7 @@ void removeOldStagings(const std::string& folder) {
     auto names = files.list(folder);
     for (const std::string& name : names.value_or(std::vector<std::string>())) {
         struct stat info {};
-        const std::string path = folder + "/" + name;
+        const std::string path = appendPath(folder, name);
         if (name.starts_with(kStagingPrefix) && ::lstat(path.c_str(), &info) == 0 &&
             info.st_mtime < std::time(nullptr) - kHour)
             removeTree(path);
@@ -135,7 +135,7 @@ PluginVerifiedCopies::verify(const std::string& package, const std::string& trus
     std::lock_guard lock(mutex_);
     if (auto prepared = prepareFolder(); !prepared)
         return std::unexpected(prepared.error());
-    const std::string copy = folder_ + "/" + trustedHash;
+    std::string copy = appendPath(folder_, trustedHash);
     const std::int64_t now = wallNanoseconds();
     auto listing = listPluginPackage(package);
     if (!listing)

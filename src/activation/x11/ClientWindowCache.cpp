@@ -256,6 +256,7 @@ void ClientWindowCache::listWithoutManager() {
         return;
     const xcb_window_t* children = xcb_query_tree_children(tree.get());
     std::vector<xcb_get_window_attributes_cookie_t> cookies;
+    cookies.reserve(tree->children_len);
     for (int i = 0; i < tree->children_len; ++i)
         cookies.push_back(xcb_get_window_attributes(c, children[i]));
     orderBackToFront_.clear();

@@ -253,6 +253,7 @@ std::vector<OrderedWindow> XcbDesktop::windowsFrontToBack() {
     const XcbConnection& c = *state.connection;
     const std::vector<DesktopWindow>& known = state.cache.windows();
     std::vector<Asked> asked;
+    asked.reserve(known.size());
     for (const DesktopWindow& window : known)
         asked.push_back({c.ask(window.id, state.atom(XcbAtom::wmDesktop), 1),
                          c.ask(window.id, state.atom(XcbAtom::wmState), 64),

@@ -59,6 +59,7 @@ std::vector<Rectangle> monitorsOf(const XcbConnection& connection, const Rectang
 std::vector<ScreenStrut> strutsOf(const XcbConnection& connection, const std::vector<DesktopWindow>& windows,
                                   const Rectangle& screen) {
     std::vector<std::pair<xcb_get_property_cookie_t, xcb_get_property_cookie_t>> asked;
+    asked.reserve(windows.size());
     for (const DesktopWindow& window : windows)
         asked.emplace_back(connection.ask(window.id, connection.atom(XcbAtom::wmStrutPartial), 12),
                            connection.ask(window.id, connection.atom(XcbAtom::wmStrut), 4));

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 // Set by the linker: where the program begins, and where its code ends.
-extern "C" const char __executable_start, etext;
+extern "C" const char __executable_start, etext; // NOLINT(bugprone-reserved-identifier)
 
 namespace varnel {
 

@@ -20,7 +20,7 @@ struct LaunchReply {
     std::int32_t failure = 0; ///< the system's number; 0: it runs
 };
 
-inline constexpr std::size_t kLargestLaunchMessage = 128 * 1024;
+inline constexpr std::size_t kLargestLaunchMessage = std::size_t{128} * 1024;
 inline constexpr std::size_t kMostLaunchStrings = 8192;
 
 } // namespace varnel

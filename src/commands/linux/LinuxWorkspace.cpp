@@ -230,8 +230,7 @@ struct LinuxWorkspace::State {
             return check(std::string(name)) ? std::optional(std::string(name)) : std::nullopt;
         const std::string_view path = environmentValue(environment, "PATH");
         for (const std::string_view folder : split(path.empty() ? "/usr/local/bin:/usr/bin:/bin" : path, ':'))
-            if (const std::string program = appendPath(folder, name);
-                folder.starts_with('/') && check(program))
+            if (std::string program = appendPath(folder, name); folder.starts_with('/') && check(program))
                 return program;
         return std::nullopt;
     }

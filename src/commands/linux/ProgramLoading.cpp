@@ -59,7 +59,8 @@ VARNEL_PLAIN int becomeProgram(void* argument) {
         return 1;
     }
     loading.step = LoadingStep::execute;
-    call(SYS_execve, address(loading.program), address(loading.arguments), address(loading.environment));
+    call(SYS_execve, address(loading.program), address(static_cast<const void*>(loading.arguments)),
+         address(static_cast<const void*>(loading.environment)));
     loading.failure = errno;
     return 1;
 }

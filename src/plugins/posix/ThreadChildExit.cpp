@@ -44,7 +44,7 @@ public:
     }
 
 private:
-    static void wait(pid_t child, std::shared_ptr<Outcome> outcome) {
+    static void wait(pid_t child, const std::shared_ptr<Outcome>& outcome) {
         int status = 0;
         pid_t reaped;
         do
