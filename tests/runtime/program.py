@@ -42,16 +42,15 @@ class Home:
         return subprocess.run([PROGRAM, *map(str, words)], input=stdin, capture_output=True, text=True,
                               env={**self.environment, **more}, timeout=timeout, cwd=self.path)
 
-    def start(self, *words, **more):
+    def start(self, *words, program=(PROGRAM, "run", "--headless"), **more):
         """The application, running; wait for `line` before typing."""
-        return Running(self, words, more)
+        return Running(self, [*program, *map(str, words)], more)
 
 
 class Running:
     def __init__(self, home, words, more):
         self.errors = open(home.path / f"stderr-{time.monotonic_ns()}", "w+")
-        self.process = subprocess.Popen([PROGRAM, "run", "--headless", *map(str, words)], text=True,
-                                        stdout=subprocess.PIPE, stderr=self.errors, cwd=home.path,
+        self.process = subprocess.Popen(words, text=True, stdout=subprocess.PIPE, stderr=self.errors, cwd=home.path,
                                         env={**home.environment, **more})
         self.line = self.process.stdout.readline().rstrip("\n")
 
