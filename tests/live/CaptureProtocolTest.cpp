@@ -35,7 +35,13 @@ public:
     void move(std::uint8_t key, bool isPress, bool isRepeat, std::uint8_t modifiers) {
         if (selectsRaw_ && !isRepeat)
             told.push_back({true, {.key = key, .isPress = isPress, .time = ++clock_}, carriedOut_});
-        const GrabbedKey event{key, isPress, isRepeat, modifiers, isModifierKey(key), false, false, clock_};
+        const GrabbedKey event{.key = key,
+                               .isPress = isPress,
+                               .isRepeat = isRepeat,
+                               .modifiers = modifiers,
+                               .isModifier = isModifierKey(key),
+                               .isPosting = ++moves_ % 8 == 0, // then the grab does not stay
+                               .time = clock_};
         waiting_.push_back(event);
         play();
     }
@@ -252,6 +258,7 @@ private:
     int repeatsLeaked_ = 0;
     std::set<std::pair<int, int>> specific_;
     std::set<int> tails_;
+    std::uint32_t moves_ = 0;
     std::uint32_t clock_ = 0;
 };
 
@@ -358,6 +365,7 @@ public:
     const CaptureProtocol& protocol() const { return protocol_; }
     [[nodiscard]] const GrabPlan& plan() const { return *plan_; }
     [[nodiscard]] int offered() const { return offered_; }
+    [[nodiscard]] int idleGrabsDropped() const { return idleGrabsDropped_; }
     /// After `settle`: types an ordinary key and tells how often the application got it.
     int typePlainKey() {
         const int before = server_.pressesInApplication;
@@ -390,6 +398,7 @@ private:
         }
         if (!isAnyDown && protocol_.holdsIdleGrab()) {
             protocol_.dropIdleGrab();
+            ++idleGrabsDropped_;
         }
     }
 
@@ -441,6 +450,7 @@ private:
     std::set<std::uint8_t> swallowed_;
     std::uint8_t last_ = 0;
     int offered_ = 0;
+    int idleGrabsDropped_ = 0;
 };
 
 void expectNothingLeftBehind(World& world, ModelServer::Manners manners) {
@@ -462,7 +472,7 @@ void expectNothingLeftBehind(World& world, ModelServer::Manners manners) {
 }
 
 TEST(CaptureProtocol, AnswersEveryFrozenKeyExactlyOnceAndLeavesNothingStuck) {
-    int offered = 0;
+    int offered = 0, idleGrabsDropped = 0;
     for (const auto manners : {ModelServer::Manners::batches, ModelServer::Manners::singleRequests})
         for (std::uint32_t seed = 1; seed <= 4000; ++seed) {
             World world(seed, manners);
@@ -472,8 +482,10 @@ TEST(CaptureProtocol, AnswersEveryFrozenKeyExactlyOnceAndLeavesNothingStuck) {
             expectNothingLeftBehind(world, manners);
             ASSERT_FALSE(HasFailure()) << "seed " << seed;
             offered += world.offered();
+            idleGrabsDropped += world.idleGrabsDropped();
         }
     EXPECT_GT(offered, 20000) << "the traces hardly met the protocol";
+    EXPECT_GT(idleGrabsDropped, 1000) << "the traces hardly met the idle grab";
 }
 
 } // namespace

@@ -46,6 +46,7 @@ protected:
     void start(const std::vector<std::string>& arguments) {
         std::vector<std::string> command{kTapProgram, "--display", desktop->display()};
         command.insert(command.end(), arguments.begin(), arguments.end());
+        tap.reset(); // the one before would have the keys
         tap = std::make_unique<ChildProcess>(command);
         ASSERT_TRUE(tap->readUntil("ready"));
     }

@@ -201,6 +201,15 @@ std::optional<XcbTyping::DownKeys> XcbTyping::downKeys() const {
 bool XcbTyping::begin() {
     stopFollowing();
     pressed_.reset();
+    if (ledger_)
+        posting_.emplace(*ledger_);
+    if (liftModifiers())
+        return true;
+    posting_.reset();
+    return false;
+}
+
+bool XcbTyping::liftModifiers() {
     findKeyboards();
     if (!readModifiers())
         return false;
@@ -255,6 +264,12 @@ void XcbTyping::fake(xcb_keycode_t key, bool isPress) {
 }
 
 bool XcbTyping::finish() {
+    const bool isDone = putDownAgain();
+    posting_.reset();
+    return isDone;
+}
+
+bool XcbTyping::putDownAgain() {
     forEach(lifted_, [this](xcb_keycode_t key) { fake(key, true); });
     xcb_ungrab_server(connection_);
     // Who let go of a modifier meanwhile did so unnoticed, since it was up already: it is not to stay down.

@@ -58,6 +58,8 @@ private:
     void disconnect();
     bool prepareServer();
     void fake(xcb_keycode_t key, bool isPress);
+    bool liftModifiers();
+    bool putDownAgain();
     [[nodiscard]] KeySet heldModifiers(const KeySet& down) const;
     void findKeyboards();
     struct DownKeys {
@@ -75,6 +77,7 @@ private:
 
     std::string displayName_;
     PostedKeyLedger* ledger_;
+    std::optional<PostedKeyLedger::Posting> posting_;
     xcb_connection_t* connection_ = nullptr;
     xcb_window_t root_ = 0;
     xcb_window_t hidden_ = 0; ///< never mapped

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +14,37 @@ namespace varnel {
 /// any mark of their origin. What has not come back after two seconds never will. Any thread.
 class PostedKeyLedger {
 public:
+    /// To be held while keys are being posted, until the system has handled them all. The tap then keeps the
+    /// keyboard no longer than it must.
+    class Posting {
+    public:
+        explicit Posting(PostedKeyLedger& ledger)
+            : ledger_(ledger) {
+            const std::lock_guard lock(ledger_.postingMutex_);
+            ++ledger_.begun_;
+            ++ledger_.underWay_;
+        }
+        ~Posting() { --ledger_.underWay_; }
+        Posting(const Posting&) = delete;
+        Posting& operator=(const Posting&) = delete;
+
+    private:
+        PostedKeyLedger& ledger_;
+    };
+
+    [[nodiscard]] bool isPosting() const { return underWay_ != 0; }
+    [[nodiscard]] std::uint64_t postingsBegun() const { return begun_; }
+
+    /// Calls `work` if nobody posts now nor has since `begun`, and lets nobody begin meanwhile.
+    template <typename Work>
+    bool unlessPostingSince(std::uint64_t begun, Work work) {
+        const std::lock_guard lock(postingMutex_);
+        if (underWay_ != 0 || begun_ != begun)
+            return false;
+        work();
+        return true;
+    }
+
     /// A key as the system numbers it (an X11 key code, not a macOS one).
     struct Entry {
         std::uint8_t key = 0;
@@ -71,6 +103,10 @@ private:
     static constexpr std::chrono::seconds kLapse{2};
     mutable std::mutex mutex_;
     std::deque<Posted> entries_;
+
+    std::mutex postingMutex_;
+    std::atomic<std::uint64_t> begun_{0};
+    std::atomic<int> underWay_{0};
 };
 
 } // namespace varnel

@@ -107,7 +107,7 @@ void CaptureProtocol::keep(const GrabbedKey& event) {
     }
     mine_.reset(event.key);
     orphans_.reset(event.key);
-    if (mine_.any()) {
+    if (mine_.any() || (guarding_ && !event.isPosting)) {
         requests_.answerKeep();
         return;
     }

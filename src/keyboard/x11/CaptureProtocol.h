@@ -35,6 +35,7 @@ struct GrabbedKey {
     bool isModifier = false;    ///< the key itself is a modifier
     bool isOurs = false;        ///< posted by this program
     bool isCore = false;        ///< came through a grab of the core protocol
+    bool isPosting = false;     ///< keys that this program posts are on their way
     std::uint32_t time = 0;     ///< server time, milliseconds
 
     /// What became of an event that was still unread when its grab was dropped; it wants no answer then.
@@ -55,7 +56,8 @@ struct RawInput {
 /// were not there). While only watching, single combinations are grabbed; while capturing, a guard catches
 /// every key that is pressed. A swallowed press converts the grab into one that also sees the release, held
 /// until all swallowed keys are up again: that keeps auto-repeats and releases from the application. Between
-/// two steps it is dropped, so that other programs can have the keyboard. A release whose press the
+/// two steps it stays for a moment more, which spares a fast typist the change of focus that every new grab
+/// makes; then it is dropped, so that other programs can have the keyboard. A release whose press the
 /// application saw is replayed to it, which drops the grab; swallowed keys still down are orphans then, and a
 /// tail grab meets their repeats.
 ///

@@ -33,6 +33,8 @@ public:
     void testGuard();
     /// Looks for refusals among the replies that have come; true when `refused()` has changed.
     bool collectReplies();
+    /// Whether more of them are to come.
+    [[nodiscard]] bool awaitsReplies() const { return !awaited_.empty(); }
     /// Combinations that nobody grants us.
     [[nodiscard]] const std::vector<GrabCombination>& refused() const { return refused_; }
     /// Replies are looked at, not thrown away, for what is installed from now on.

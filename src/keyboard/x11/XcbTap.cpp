@@ -149,7 +149,18 @@ void XcbTap::setInterest(const KeyInterest& interest) {
     applyInterest();
     // Whoever hears that keys are being captured may type at once.
     if (protocol_ && !std::exchange(isInForce_, true))
+        waitUntilInForce();
+}
+
+void XcbTap::waitUntilInForce() {
+    // What is refused is asked for in another way, once.
+    bool changed = false;
+    do {
         server_.waitForRequests();
+        changed = requests_.collectReplies() || changed;
+    } while (requests_.awaitsReplies());
+    if (changed)
+        publishTrouble();
 }
 
 void XcbTap::applyInterest() {
@@ -279,6 +290,7 @@ void XcbTap::handleCoreKey(const xcb_key_press_event_t& event) {
 void XcbTap::answer(GrabbedKey event, std::uint8_t locked) {
     const KeyboardMap& map = requests_.map();
     event.isModifier = map.isModifier(event.key);
+    event.isPosting = options_.ledger != nullptr && options_.ledger->isPosting();
     const std::uint8_t locks = map.locksOf(event.key);
     const bool wasSwallowed = protocol_->isSwallowed(event.key);
     frozen_ = true;
@@ -363,14 +375,19 @@ void XcbTap::dropIdleGrabAfter(Duration time) {
 
 void XcbTap::dropIdleGrab() {
     idleGrabTimer_.reset();
+    PostedKeyLedger* const ledger = options_.ledger;
+    const std::uint64_t begun = ledger != nullptr ? ledger->postingsBegun() : 0;
     const bool isAnyDown = server_.isAnyKeyDown();
     // What was told ahead of the answer comes first.
     drain();
     if (!protocol_ || !protocol_->holdsIdleGrab())
         return;
-    if (!isAnyDown)
+    const auto drop = [this] {
         protocol_->dropIdleGrab();
-    else
+        server_.waitForRequests();
+    };
+    // A key of our own that came in between would not reach the application.
+    if (isAnyDown || !(ledger != nullptr ? ledger->unlessPostingSince(begun, drop) : (drop(), true)))
         dropIdleGrabAfter(kIdleGrabTime);
     followUp();
 }

@@ -58,6 +58,7 @@ private:
     void handleRaw(const xcb_input_raw_key_press_event_t& event);
     void answer(GrabbedKey event, std::uint8_t locked);
 
+    void waitUntilInForce();
     void applyInterest();
     std::shared_ptr<const GrabPlan> planFor(const std::shared_ptr<const std::vector<std::string>>& tokens);
     void scheduleReissue(bool managerChanged);

@@ -212,20 +212,14 @@ X11Desktop::X11Desktop(const std::vector<std::string>& keyBindings) {
                  << binding << " &gt;&gt; " << folder_ << "/log'</command></action></keybind>";
     settings << "</keyboard></openbox_config>\n";
     settings.close();
+    const std::string started = folder_ + "/started";
     manager_ = std::make_unique<ChildProcess>(
-        std::vector<std::string>{"openbox", "--sm-disable", "--config-file", folder_ + "/rc.xml"},
+        std::vector<std::string>{"openbox", "--sm-disable", "--config-file", folder_ + "/rc.xml", "--startup",
+                                 "touch " + started},
         std::vector<std::string>{"DISPLAY=" + display_, "XDG_CACHE_HOME=" + folder_});
-    const X11Client client(display_);
-    constexpr std::string_view name = "_NET_SUPPORTING_WM_CHECK";
-    const auto atom = owned(xcb_intern_atom_reply(
-        client.connection(), xcb_intern_atom(client.connection(), 0, name.size(), name.data()), nullptr));
+    // It announces itself on the root window before it has grabbed its keys, and runs this afterwards.
     for (int attempt = 0; attempt < 500; ++attempt) {
-        const auto property =
-            owned(xcb_get_property_reply(client.connection(),
-                                         xcb_get_property(client.connection(), 0, client.screen()->root,
-                                                          atom->atom, XCB_ATOM_WINDOW, 0, 1),
-                                         nullptr));
-        if (property && property->value_len > 0)
+        if (::access(started.c_str(), F_OK) == 0)
             return;
         ::usleep(10000);
     }
