@@ -30,7 +30,7 @@ printf 'APPL????' > "$contents/PkgInfo"
 cp "$build/bin/varnel" "$build/bin/varnel-app" "$contents/MacOS/"
 # Beside the programs, as in every installation: bin/ and share/ are MacOS/ and share/ here.
 mkdir -p "$contents/share/varnel"
-cp -R "$build/share/varnel/plugins" "$contents/share/varnel/plugins"
+cp -R "$build/share/varnel/plugins" "$build/share/varnel/locale" "$contents/share/varnel/"
 
 # Qt's libraries and plug-ins go into the bundle, so that it runs where Qt is not installed.
 if otool -L "$contents/MacOS/varnel-app" | grep -q Qt; then
