@@ -96,6 +96,10 @@ class Desktop:
     def keys(self, *keys):
         self.run("xdotool", "key", "--delay", "40", *keys)
 
+    def pixels(self):
+        """The whole screen, as a number that changes with it."""
+        return self.run("sh", "-c", "import -silent -window root rgb:- | md5sum")
+
     def icon_pixels(self):
         """What the panel shows where the icon is."""
         x, y = self.icon()

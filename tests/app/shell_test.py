@@ -155,6 +155,43 @@ class NoPanelTest(ShellTest):
         self.assertEqual(host.stdout.readline(), "icon\n")
 
 
+class CompositorTest(ShellTest):
+    panel = False
+
+    def hints(self, shown):
+        """Waits until the hints are on the screen, or gone from it."""
+        def seen():
+            return self.desktop.pixels() != self.empty[self.compositor is not None]
+        self.assertTrue(eventually(lambda: seen() == shown), f"shown: {shown}")
+
+    def switch(self):
+        if self.compositor:
+            self.compositor.terminate()
+            self.compositor.wait(5)
+            self.compositor = None
+        else:
+            self.compositor = self.desktop.spawn("picom", "--backend", "xrender", "--config", "/dev/null")
+        time.sleep(0.5)
+
+    def test_hints_are_seen_and_sequences_run_whether_it_comes_or_goes(self):
+        self.compositor = None
+        self.empty = {}  # the bare desktop looks different with and without one
+        for _ in range(2):
+            self.empty[self.compositor is not None] = self.desktop.pixels()
+            self.switch()
+        self.start()
+        time.sleep(0.5)
+        for _ in range(3):
+            self.desktop.keys("ctrl+j")
+            self.hints(True)
+            self.switch()
+            self.hints(True)  # still, in the middle of it
+            self.desktop.keys("Escape")
+            self.hints(False)
+            self.assertTrue(self.triggers())
+            self.hints(False)
+
+
 class SessionTest(ShellTest):
     panel = False
     runs = ["varnel-app"]

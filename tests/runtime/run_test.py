@@ -197,6 +197,27 @@ class Reloading(RunTest):
         self.assert_marks(["one"])
 
 
+class Keyboards(RunTest):
+    def test_they_come_and_go_also_in_the_middle_of_a_sequence(self):
+        self.start(item(["ctrl+j", "m"], action=self.action("one")))
+        changes = [("disable", "Xvfb keyboard"), ("enable", "Xvfb keyboard"), ("float", "Xvfb keyboard"),
+                   ("reattach", "Xvfb keyboard", "Virtual core keyboard"), ("create-master", "Second"),
+                   ("reattach", "Xvfb keyboard", "Second keyboard"),
+                   ("remove-master", "Second keyboard", "AttachToMaster", "Virtual core pointer", "Virtual core keyboard")]
+        for number, change in enumerate(changes):
+            with self.subTest(change=change):
+                self.server.type("ctrl+j")
+                self.assertTrue(eventually(lambda: self.status()["interaction"] == "capture"))
+                subprocess.run(["xinput", *change], check=True, timeout=20,
+                               env={**os.environ, "DISPLAY": self.server.display})
+                self.server.type("m")
+                self.assert_marks(["one"] * (2 * number + 1))
+                witness = Witness(self.server.display)
+                self.server.type("a", "ctrl+j", "m", "b")
+                self.assert_marks(["one"] * (2 * number + 2))
+                self.assertEqual([key for key in witness.keys() if len(key) == 1], ["a", "b"])
+
+
 class Ending(RunTest):
     def test_every_way_to_end_lets_go_of_the_keyboard(self):
         for end in (signal.SIGTERM, signal.SIGINT, signal.SIGKILL, "quit"):
