@@ -97,16 +97,26 @@ void ConfigManager::load(bool createIfMissing) {
         if (createIfMissing) {
             print("Config file not found at " + url + ", creating default");
             (void)writeDefault();
-        } else if (!std::exchange(isWaitingForFile_, true)) {
-            print("Config file not found at " + url + ", waiting for replacement");
+        } else {
+            waitForFile();
         }
         return;
     }
-    isWaitingForFile_ = false;
     if (auto loaded = readAndPublish(); !loaded) {
         loadError_ = loaded.error();
         print("Error loading config: " + describe(loaded.error()));
     }
+    tellOfLoadError();
+}
+
+void ConfigManager::waitForFile() {
+    const std::string& url = storageProvider_->configURL();
+    const ConfigError missing =
+        ConfigStorageProviderError{ConfigStorageProviderError::Kind::fileNotFound, url};
+    if (loadError_ == missing)
+        return;
+    print("Config file not found at " + url + ", waiting for replacement");
+    loadError_ = missing;
     tellOfLoadError();
 }
 
@@ -251,7 +261,6 @@ std::expected<void, ConfigError> ConfigManager::switchTo(const std::string& url,
     currentConfigPath_ = storageProvider_->configURL();
     loadError_.reset();
     unreadAtStart_ = false;
-    isWaitingForFile_ = false;
     publish(std::move(document), pathChanged);
     announce(content);
     if (fileMonitoringEnabled_)

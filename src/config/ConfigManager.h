@@ -117,6 +117,7 @@ private:
     };
     static Fingerprint fingerprint(std::string_view data);
 
+    void waitForFile();
     std::expected<void, ConfigError> readAndPublish();
     std::expected<void, ConfigError> encodeAndWrite(const std::vector<ConfigItem>& items,
                                                     const PluginSettings& pluginSettings, UnreadFile unread);
@@ -144,7 +145,6 @@ private:
     std::optional<Fingerprint> announced_; ///< what the hook last heard of
     bool hookOwed_ = false;                ///< saved since then
     bool unreadAtStart_ = false;           ///< the file is there but was never read
-    bool isWaitingForFile_ = false;        ///< its absence has been told
     std::optional<ConfigError> loadError_;
     std::optional<ConfigError> toldError_; ///< the one that observers know of
     std::shared_ptr<Observers> observers_;

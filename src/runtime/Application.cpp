@@ -200,10 +200,11 @@ void Application::buildEngine() {
     subscriptions_.push_back(config_->observe([this](const ConfigChange& change) {
         if (change.loadError)
             noteLoadError();
+        if (change.loadError || change.rootItems)
+            review_->reviewSoon();
         if (!change.rootItems)
             return;
         hotkeys_->updateConfiguration(config_->sharedRootItems());
-        review_->reviewSoon();
         settleSoon();
     }));
 }

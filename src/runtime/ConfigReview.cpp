@@ -118,10 +118,9 @@ void ConfigReview::review() {
     self_ = std::make_shared<ConfigReview*>(this);
     surroundings_.executor.submit([file = surroundings_.configPath(), registry = surroundings_.registry(),
                                    self = std::weak_ptr(self_), loop = &surroundings_.loop] {
-        const auto text = PosixFileSystem().readFile(file);
-        if (!text)
-            return;
-        auto found = checkDocument(*text, surroundingsOf(registry ? *registry : PluginRegistry()));
+        std::vector<Diagnostic> found; // nothing to say of a file that cannot be read
+        if (const auto text = PosixFileSystem().readFile(file))
+            found = checkDocument(*text, surroundingsOf(registry ? *registry : PluginRegistry()));
         std::erase_if(found, [](const Diagnostic& each) { return each.severity == Severity::note; });
         loop->post([file, self, found = std::move(found)] {
             if (const auto review = self.lock())

@@ -166,12 +166,13 @@ TEST_F(ConfigManagerTest, KeepsTheItemsWhileTheFileIsBrokenOrGone) {
     EXPECT_EQ(std::ranges::count(lines, "Config file not found at " + standard + ", waiting for replacement"),
               1);
     EXPECT_EQ(firstName(), "A");
+    EXPECT_EQ(describe(*manager->loadError()), "Config file not found at " + standard);
     EXPECT_EQ(events.watched(), std::vector<std::string>{folder});
     writeText(standard, documentNamed("A"));
     raise(folder);
     loop.advance(1s);
     EXPECT_FALSE(manager->loadError());
-    EXPECT_EQ(changes, "ee");   // observers hear that there is an error, and that it is gone
+    EXPECT_EQ(changes, "eee");  // observers hear of each error, and that there is none any more
     EXPECT_TRUE(hooks.empty()); // the bytes that were announced before
     EXPECT_EQ(events.watched(), (std::vector<std::string>{folder, standard}));
 }
