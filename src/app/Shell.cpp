@@ -51,7 +51,7 @@ Shell::Shell(EventLoop& loop, Application& application, ShellSystem system)
     , pause_({.loop = loop,
               .suspend =
                   [&hotkeys = application.hotkeys()](bool suspended) {
-                      const std::string reason(kPauseReason);
+                      const std::string reason = kPauseReason;
                       suspended ? hotkeys.suspend(reason) : hotkeys.resume(reason);
                   },
               .elapsed = elapsedWithSleep})

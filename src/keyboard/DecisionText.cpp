@@ -1,6 +1,7 @@
 #include "base/Localized.h"
 #include "base/Text.h"
 #include "keyboard/Decisions.h"
+#include "keyboard/SuspensionReasons.h"
 #include "keyboard/notation/KeyTokenCodec.h"
 
 #include <utility>
@@ -72,6 +73,28 @@ std::string ran(const Decision& decision, const DecisionContext& context) {
     return localized("%1 ran “%2”", {keys, name});
 }
 
+std::string suspended(const Decision& decision) {
+    const std::string_view reason = decision.message.view();
+    if (reason == kPauseReason)
+        return localized("Paused");
+    if (reason == kLockedReason)
+        return localized("Paused: the screen is locked");
+    if (reason == kAsleepReason)
+        return localized("Paused: the computer goes to sleep");
+    return localized("Paused: %1", {plain(decision.message)});
+}
+
+std::string resumed(const Decision& decision) {
+    const std::string_view reason = decision.message.view();
+    if (reason == kPauseReason || reason == kPanicReason)
+        return localized("No longer paused");
+    if (reason == kLockedReason)
+        return localized("No longer paused: the screen is unlocked");
+    if (reason == kAsleepReason)
+        return localized("No longer paused: the computer is awake");
+    return localized("No longer paused: %1", {plain(decision.message)});
+}
+
 std::string aboutSequence(const Decision& decision, const DecisionContext& context) {
     const std::string token(decision.token.view()), sequence(decision.sequence.view());
     switch (decision.kind) {
@@ -129,15 +152,16 @@ std::string describe(const Decision& decision, const DecisionContext& context) {
     case Kind::commandFinished:
         return localized("“%1” ended: %2", {plain(decision.name), plain(decision.message)});
     case Kind::suspended:
-        return localized("Paused: %1", {plain(decision.message)});
+        return suspended(decision);
     case Kind::resumed:
-        return localized("No longer paused: %1", {plain(decision.message)});
+        return resumed(decision);
     case Kind::panicKeys:
         return localized("Paused by the panic keys (left ctrl, space and escape together)");
     case Kind::captureStarted:
         return localized("Keys are being captured");
     case Kind::captureRefused:
-        return localized("Keys cannot be captured");
+        return decision.message.empty() ? localized("Keys cannot be captured")
+                                        : localized("Keys cannot be captured: %1", {plain(decision.message)});
     case Kind::captureStopped:
         return localized("Keys are no longer captured");
     case Kind::keyboardTaken:
@@ -145,7 +169,9 @@ std::string describe(const Decision& decision, const DecisionContext& context) {
     case Kind::keyboardFree:
         return localized("Nothing keeps keys from arriving any longer");
     case Kind::configurationLoaded:
-        return localized("The configuration was loaded: %1 items", {std::to_string(decision.count)});
+        return decision.count == 1
+                   ? localized("The configuration was loaded: 1 item")
+                   : localized("The configuration was loaded: %1 items", {std::to_string(decision.count)});
     case Kind::configurationFailed:
         return localized("The configuration cannot be read: %1", {plain(decision.message)});
     default:

@@ -89,7 +89,11 @@ bool HotkeyManager::startGlobalMonitoring() {
     isGlobalOn_ = monitor_ != nullptr;
     if (monitor_)
         monitor_->setNotices(notices());
-    recorder_.note(isGlobalOn_ ? Decision::Kind::captureStarted : Decision::Kind::captureRefused);
+    if (isGlobalOn_)
+        recorder_.note(Decision::Kind::captureStarted);
+    else
+        recorder_.note(Decision::Kind::captureRefused,
+                       dependencies_.captureError ? dependencies_.captureError() : std::string());
     axTrusted_ = dependencies_.isAccessibilityTrusted && dependencies_.isAccessibilityTrusted();
     if (dependencies_.writeDiagnostic)
         dependencies_.writeDiagnostic(std::string("HotkeyManager: Global monitoring started: ") +

@@ -9,6 +9,7 @@
 #include "keyboard/HotkeyLookupIndex.h"
 #include "keyboard/KeyboardMonitoring.h"
 #include "keyboard/SequenceMachine.h"
+#include "keyboard/SuspensionReasons.h"
 #include "keyboard/TimingPreferences.h"
 
 #include <cstdint>
@@ -39,14 +40,13 @@ struct HotkeyManagerDependencies {
     std::function<bool(const std::string& applicationPath)> applicationStatusResolver;
     /// Whether an item's action could run now, for hint rows; only looks at values in memory. May be empty.
     std::function<HintAvailability(const ConfigItem&)> actionAvailability = {};
+    /// Why keys cannot be captured, as a sentence; "" when nothing is known. May be empty.
+    std::function<std::string()> captureError = {};
     const DynamicChoiceRegistry* dynamicChoiceRegistry = nullptr; ///< may be null
     /// Monitors keys while our own windows have the focus and the global monitor is off; may be null.
     KeyboardMonitorCreating* localMonitorFactory = nullptr;
     std::function<WallTime()> wallClock = {}; ///< for the times of decisions; empty: the system's
 };
-
-/// The reason for which the panic keys suspend.
-inline constexpr const char* kPanicReason = "panic keys";
 
 /// The heart: receives every token, keeps the interaction, decides what is swallowed, runs what was completed
 /// and publishes what the user interface shows. Main thread only; commands run on their queue and come back

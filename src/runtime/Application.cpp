@@ -192,6 +192,7 @@ void Application::buildEngine() {
         .writeDiagnostic = printDiagnostic,
         .applicationStatusResolver = [this](const std::string& path) { return hintFacts_->isRunning(path); },
         .actionAvailability = [this](const ConfigItem& item) { return hintFacts_->availability(item); },
+        .captureError = [this] { return platform_->captureError(); },
         .dynamicChoiceRegistry = &choices_,
         .localMonitorFactory = nullptr});
     hotkeys_->updateConfiguration(config_->sharedRootItems());

@@ -31,9 +31,11 @@ std::string attentionSentence(const Problem& problem) {
 
 std::string pausedSentence(const HealthFacts& facts) {
     const auto& reasons = facts.suspensionReasons;
-    if (reasons.contains(std::string(kLockedReason)))
+    if (reasons.contains(kLockedReason))
         return localized("Not listening while the screen is locked.");
-    if (reasons.contains(std::string(kPauseReason))) {
+    if (reasons.contains(kPanicReason))
+        return localized("Paused by the panic keys until you resume.");
+    if (reasons.contains(kPauseReason)) {
         if (facts.pauseLeft)
             return localized("Paused for another %1.", {remainingTime(*facts.pauseLeft)});
         return localized("Paused until you resume.");

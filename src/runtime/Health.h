@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/TimePoint.h"
+#include "keyboard/SuspensionReasons.h"
 
 #include <cstddef>
 #include <optional>
@@ -28,11 +29,6 @@ struct Problem {
     std::string place; ///< a file with line and column, a folder; empty: no place
     friend bool operator==(const Problem&, const Problem&) = default;
 };
-
-/// Reasons for which the engine is suspended that have words of their own.
-inline constexpr std::string_view kPauseReason = "pause";
-inline constexpr std::string_view kLockedReason = "session locked";
-inline constexpr std::string_view kAsleepReason = "computer asleep";
 
 /// What the sentence is made of.
 struct HealthFacts {

@@ -33,7 +33,7 @@ std::optional<Duration> Pause::left() const {
 }
 
 void Pause::noticeReasons(const std::set<std::string>& reasons) {
-    const bool inForce = reasons.contains(std::string(kPauseReason));
+    const bool inForce = reasons.contains(kPauseReason);
     if (inForce == isOn_)
         return;
     forget();

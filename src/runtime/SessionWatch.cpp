@@ -23,7 +23,7 @@ void SessionGuard::handle(SessionEvent event) {
         if (lock_ != Lock::none)
             return;
         lock_ = Lock::requested;
-        surroundings_.suspend(std::string(kLockedReason), true);
+        surroundings_.suspend(kLockedReason, true);
         look_ = surroundings_.loop.after(kFirstLook, [this] { lookAgain(); });
         return;
     case SessionEvent::locked:
@@ -35,9 +35,9 @@ void SessionGuard::handle(SessionEvent event) {
     case SessionEvent::screenSaverOff:
         return lock_ == Lock::screenSaver ? unlock() : void();
     case SessionEvent::fallingAsleep:
-        return surroundings_.suspend(std::string(kAsleepReason), true);
+        return surroundings_.suspend(kAsleepReason, true);
     case SessionEvent::awake:
-        surroundings_.suspend(std::string(kAsleepReason), false);
+        surroundings_.suspend(kAsleepReason, false);
         return surroundings_.cameBack();
     }
 }
@@ -45,7 +45,7 @@ void SessionGuard::handle(SessionEvent event) {
 void SessionGuard::lock(Lock lock) {
     lock_ = lock;
     look_.reset();
-    surroundings_.suspend(std::string(kLockedReason), true);
+    surroundings_.suspend(kLockedReason, true);
 }
 
 void SessionGuard::unlock() {
@@ -53,7 +53,7 @@ void SessionGuard::unlock() {
         return;
     lock_ = Lock::none;
     look_.reset();
-    surroundings_.suspend(std::string(kLockedReason), false);
+    surroundings_.suspend(kLockedReason, false);
     surroundings_.cameBack();
 }
 

@@ -50,6 +50,10 @@ TEST(Health, HasOneSentenceForEachState) {
          State::attention, "Listening, but another program holds ctrl+j."},
         {with([&](auto& f) { f.problems = {broken}; }), State::attention,
          "Listening with the earlier shortcuts: the configuration has an error."},
+        {with([](auto& f) {
+             f.suspensionReasons = {"panic keys", "pause"};
+         }),
+         State::paused, "Paused by the panic keys until you resume."},
         {with([&](auto& f) {
              f.suspensionReasons = {"pause"};
              f.problems = {broken};

@@ -61,7 +61,7 @@ class Why(DecisionsTest):
         for line in lines:
             self.assertRegex(line, r"^\d\d:\d\d:\d\d\.\d{3}  \S")
         told = [line[14:] for line in lines]
-        self.assertEqual(told[:3], ["The configuration was loaded: 1 items", "Keys cannot be captured",
+        self.assertEqual(told[:3], ["The configuration was loaded: 1 item", "Keys cannot be captured: no X server answers",
                                     "“Mail” was run without its keys being typed"])
         self.assertEqual([line for line in told if line.startswith("Paused")], ["Paused: game"])
         self.assertTrue(told[-3].startswith("The configuration cannot be read: "), told)

@@ -198,27 +198,28 @@ void XcbTap::beforeSleep() {
         watchdog_->workEnds();
 }
 
-bool XcbTap::drain() {
+void XcbTap::drain() {
     const auto self = shared_from_this();
     if (!protocol_ || depth_ > 0)
-        return false;
-    bool any = false;
-    while (!invalidated_) {
-        const XcbOwned<xcb_generic_event_t> event(xcb_poll_for_event(server_.connection.get()));
-        if (!event)
-            break;
-        any = true;
-        handle(*event);
-    }
-    if (invalidated_) {
+        return;
+    xcb_connection_t* const connection = server_.connection.get();
+    const auto handleOne = [this](xcb_generic_event_t* memory) {
+        const XcbOwned<xcb_generic_event_t> event(memory);
+        if (event)
+            handle(*event);
+        return event && !invalidated_;
+    };
+    do {
+        while (handleOne(xcb_poll_for_event(connection))) {
+        }
+        if (!invalidated_ && requests_.collectReplies())
+            publishTrouble();
+        // Looking for replies may have read events, for which nothing would wake us.
+    } while (!invalidated_ && handleOne(xcb_poll_for_queued_event(connection)));
+    if (invalidated_)
         closeDown();
-        return any;
-    }
-    if (requests_.collectReplies())
-        publishTrouble();
-    if (xcb_connection_has_error(server_.connection.get()) != 0)
+    else if (xcb_connection_has_error(connection) != 0)
         connectionBroke();
-    return any;
 }
 
 void XcbTap::handle(const xcb_generic_event_t& event) {

@@ -50,7 +50,7 @@ private:
 
     void wake();
     void beforeSleep();
-    bool drain();
+    void drain();
     void handle(const xcb_generic_event_t& event);
     void handleInput(const xcb_ge_generic_event_t& event);
     void handleKey(const xcb_input_key_press_event_t& event);
