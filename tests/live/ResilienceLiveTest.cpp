@@ -127,6 +127,16 @@ TEST_F(ResilienceLive, AMainThreadThatStandsStillFreesTheKeyboardWithinASecond) 
     }
 }
 
+TEST_F(ResilienceLive, WhatAnotherProgramHeldIsTakenOnceItIsGone) {
+    start({"--bind", "ctrl+j w"});
+    auto holder = std::move(tap);
+    start({"--bind", "ctrl+j w"});
+    EXPECT_EQ(trouble(), "trouble: another program holds ctrl+j");
+    holder.reset();
+    expectSequencesWorkSoon(key::ctrl);
+    EXPECT_EQ(trouble(), "trouble: ");
+}
+
 TEST_F(ResilienceLive, AnotherHolderOfTheKeyboardIsNamedAndSurvived) {
     start({"--bind", "ctrl+j w"});
     EXPECT_EQ(trouble(), "trouble: ");

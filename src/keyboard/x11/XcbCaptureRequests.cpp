@@ -96,19 +96,34 @@ bool XcbCaptureRequests::collectReplies() {
             static_cast<xcb_input_xi_passive_grab_device_reply_t*>(memory));
         const XcbOwned<xcb_generic_error_t> error(failure);
         const bool isRefused = error != nullptr || (reply && reply->num_modifiers != 0);
-        if (!isRefused)
+        const bool wasRefused = isRefusedSoFar(awaited.combination);
+        if (!isRefused) {
+            if (wasRefused && !awaited.isCore)
+                changed = forget(awaited.combination) || changed;
+        } else if (wasRefused) {
             continue;
-        if (!awaited.isCore) {
-            byCore_.push_back(awaited.combination);
-            grabCore(awaited.combination);
-        } else if (std::find(refused_.begin(), refused_.end(), awaited.combination) == refused_.end()) {
+        } else if (awaited.isCore) {
             refused_.push_back(awaited.combination);
             changed = true;
+        } else {
+            byCore_.push_back(awaited.combination);
+            grabCore(awaited.combination);
         }
     }
     if (!awaited_.empty())
         xcb_flush(target_.connection);
     return changed;
+}
+
+bool XcbCaptureRequests::isRefusedSoFar(GrabCombination combination) const {
+    return std::find(refused_.begin(), refused_.end(), combination) != refused_.end();
+}
+
+void XcbCaptureRequests::retryRefused() {
+    // Whoever has them grabbed them by XInput too; a core grab of somebody else's hinders nobody.
+    for (const GrabCombination combination : refused_)
+        awaited_.push_back(
+            {grabKey(combination.key, map_.withLocks(combination.modifiers)), combination, false});
 }
 
 void XcbCaptureRequests::testGuard() {

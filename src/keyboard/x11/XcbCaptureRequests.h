@@ -37,6 +37,8 @@ public:
     [[nodiscard]] bool awaitsReplies() const { return !awaited_.empty(); }
     /// Combinations that nobody grants us.
     [[nodiscard]] const std::vector<GrabCombination>& refused() const { return refused_; }
+    /// Asks again for what was refused; whoever had it may have gone.
+    void retryRefused();
     /// Replies are looked at, not thrown away, for what is installed from now on.
     void checkReplies(bool on) { checks_ = on; }
 
@@ -71,6 +73,7 @@ private:
     void allow(std::uint8_t mode);
     void grabCore(GrabCombination combination);
     bool forget(GrabCombination combination);
+    [[nodiscard]] bool isRefusedSoFar(GrabCombination combination) const;
 
     Target target_;
     KeyboardMap map_;

@@ -14,6 +14,8 @@ constexpr Duration kReconnectionWindow = 20s;
 constexpr Duration kReissueSoon = 100ms;
 constexpr Duration kReissueLater = 1s;
 constexpr Duration kTailTime = 1s;
+constexpr Duration kFirstRetry = 100ms;
+constexpr Duration kLongestRetry = 10s;
 /// Longer than fast typing leaves between two keys, and shorter than it takes to open a menu.
 constexpr Duration kIdleGrabTime = 250ms;
 
@@ -128,6 +130,7 @@ void XcbTap::detach() {
     readable_.reset();
     reissueSoon_.reset();
     reissueLater_.reset();
+    refusalsRetry_.reset();
     tailTimer_.reset();
     idleGrabTimer_.reset();
     hadTail_ = guardTold_ = false;
@@ -160,7 +163,26 @@ void XcbTap::waitUntilInForce() {
         changed = requests_.collectReplies() || changed;
     } while (requests_.awaitsReplies());
     if (changed)
-        publishTrouble();
+        refusalsChanged();
+}
+
+void XcbTap::refusalsChanged() {
+    publishTrouble();
+    refusalsRetry_.reset();
+    if (!requests_.refused().empty())
+        retryRefusedAfter(kFirstRetry);
+}
+
+void XcbTap::retryRefusedAfter(Duration time) {
+    refusalsRetry_ = loop_.after(time, [weak = weak_from_this(), time] {
+        const auto self = weak.lock();
+        if (!self || !self->protocol_)
+            return;
+        // While the guard is there everything would be granted.
+        if (!self->protocol_->holdsKeyboard())
+            self->requests_.retryRefused();
+        self->retryRefusedAfter(std::min(3 * time, kLongestRetry));
+    });
 }
 
 void XcbTap::applyInterest() {
@@ -213,7 +235,7 @@ void XcbTap::drain() {
         while (handleOne(xcb_poll_for_event(connection))) {
         }
         if (!invalidated_ && requests_.collectReplies())
-            publishTrouble();
+            refusalsChanged();
         // Looking for replies may have read events, for which nothing would wake us.
     } while (!invalidated_ && handleOne(xcb_poll_for_queued_event(connection)));
     if (invalidated_)

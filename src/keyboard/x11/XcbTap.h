@@ -59,6 +59,8 @@ private:
     void answer(GrabbedKey event, std::uint8_t locked);
 
     void waitUntilInForce();
+    void refusalsChanged();
+    void retryRefusedAfter(Duration time);
     void applyInterest();
     std::shared_ptr<const GrabPlan> planFor(const std::shared_ptr<const std::vector<std::string>>& tokens);
     void scheduleReissue(bool managerChanged);
@@ -103,7 +105,8 @@ private:
     std::atomic<bool> frozen_{false};
     std::optional<StallWatchdog> watchdog_;
 
-    Subscription readable_, afterWake_, beforeSleep_, reissueSoon_, reissueLater_, tailTimer_, idleGrabTimer_;
+    Subscription readable_, afterWake_, beforeSleep_, reissueSoon_, reissueLater_, refusalsRetry_, tailTimer_,
+        idleGrabTimer_;
 };
 
 } // namespace varnel

@@ -218,12 +218,16 @@ X11Desktop::X11Desktop(const std::vector<std::string>& keyBindings) {
                                  "touch " + started},
         std::vector<std::string>{"DISPLAY=" + display_, "XDG_CACHE_HOME=" + folder_});
     // It announces itself on the root window before it has grabbed its keys, and runs this afterwards.
-    for (int attempt = 0; attempt < 500; ++attempt) {
-        if (::access(started.c_str(), F_OK) == 0)
-            return;
+    for (int attempt = 0; ::access(started.c_str(), F_OK) != 0; ++attempt) {
+        if (attempt == 500)
+            throw std::runtime_error("openbox does not start");
         ::usleep(10000);
     }
-    throw std::runtime_error("openbox does not start");
+    // With the first key typed the server's keyboard is another one, and the manager grabs its keys again.
+    Typist typist(display_);
+    typist.tap(key::shift);
+    typist.sync();
+    ::usleep(100000);
 }
 
 X11Desktop::~X11Desktop() {
