@@ -101,6 +101,9 @@ void XcbTap::enable() {
                 ::shutdown(socket_, SHUT_RDWR);
         });
     applyInterest();
+    // Whoever hears that keys are being captured may type at once.
+    if (protocol_)
+        waitUntilInForce();
 }
 
 void XcbTap::invalidate() {
@@ -147,12 +150,8 @@ void XcbTap::setSocket(int descriptor) {
 
 void XcbTap::setInterest(const KeyInterest& interest) {
     interest_ = interest;
-    if (!enabled_ || invalidated_)
-        return;
-    applyInterest();
-    // Whoever hears that keys are being captured may type at once.
-    if (protocol_ && !std::exchange(isInForce_, true))
-        waitUntilInForce();
+    if (enabled_ && !invalidated_)
+        applyInterest();
 }
 
 void XcbTap::waitUntilInForce() {

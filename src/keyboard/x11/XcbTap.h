@@ -78,7 +78,6 @@ private:
     KeyInterest interest_;
     bool enabled_ = false;
     bool invalidated_ = false;
-    bool isInForce_ = false; ///< the server has carried out the first interest
     bool lost_ = false;
     int depth_ = 0; ///< calls of ours that are under way
     std::deque<TimePoint> reconnections_;
