@@ -3,7 +3,6 @@
 #include "base/Localized.h"
 
 #include <QPainter>
-#include <QPainterPath>
 
 #include <algorithm>
 
@@ -14,6 +13,8 @@ namespace {
 constexpr int kSlack = 2;
 /// A longer message is cut.
 constexpr int kMostMessageLines = 3;
+/// The same below rows.
+constexpr int kMostNoteLines = 2;
 
 QString qText(const std::string& text) {
     return QString::fromStdString(text);
@@ -23,15 +24,6 @@ std::string trailingText(const SuggestionRow& row) {
     if (row.availability != HintAvailability::available)
         return availabilityText(row.availability);
     return row.isGroup ? std::to_string(row.entryCount) : std::string();
-}
-
-/// A cap with a lower edge that is a little thicker, as keys are seen from above.
-void paintKey(QPainter& painter, const QRectF& area, double radius, const QColor& face, const QColor& edge) {
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(edge);
-    painter.drawRoundedRect(area, radius, radius);
-    painter.setBrush(face);
-    painter.drawRoundedRect(area.adjusted(1, 1, -1, -2), radius - 1, radius - 1);
 }
 
 } // namespace
@@ -53,36 +45,34 @@ OverlayPicture::OverlayPicture(SuggestionOverlayState state, const OverlayStyle&
     rows_ = layOutRows(extents, style.rowMetrics(), {space.width - padding * 2, space.height - chrome});
     hasFooter_ = !state_.message.empty() || rows_.pages > 1;
 
-    const int markWidth = rows_.pages > 1 ? style.smallMetrics.horizontalAdvance(pageMark()) : 0;
-    // Alone, a message is what there is to read, not a note.
-    const QFontMetrics& footerMetrics = state_.rows.empty() ? style.textMetrics : style.smallMetrics;
-    const int messageWidth =
-        state_.message.empty() ? 0 : footerMetrics.horizontalAdvance(qText(state_.message)) + kSlack;
-    const int footerWidth = messageWidth + (messageWidth > 0 && markWidth > 0 ? style.em * 2 : 0) + markWidth;
+    const bool isAlone = state_.rows.empty();
+    markWidth_ = rows_.pages > 1 ? style.smallMetrics.horizontalAdvance(pageMark()) : 0;
+    const int mostWidth = space.width - padding * 2;
     const int rowsWidth = rows_.size.width;
-    // Long titles and messages do not make the window wider than a readable line.
-    const int wish =
-        std::max({rowsWidth, std::min(headerWidth(), style.em * 30), std::min(footerWidth, style.em * 36),
-                  state_.rows.empty() ? 0 : style.em * 10});
-    const int width = std::min(wish, space.width - padding * 2);
+    if (!state_.message.empty())
+        message_ = wrapMessage(std::max(rowsWidth, style.em * (isAlone ? 4 : 13)), mostWidth);
+    const int footerWidth =
+        message_.width + (message_.width > 0 && markWidth_ > 0 ? style.em * 2 : 0) + markWidth_;
+    // Long titles do not make the window wider than a readable line.
+    const int wish = std::max(
+        {rowsWidth, std::min(headerWidth(), style.em * 30), footerWidth, isAlone ? style.em * 10 : 0});
+    const int width = std::min(wish, mostWidth);
+    if (!isAlone)
+        rows_.columns.back().text += width - rowsWidth; // what stands at the right edge is at the window's
     int y = padding;
     if (hasHeader_) {
         header_ = QRect(padding, y, width, lineHeight);
-        y += lineHeight + (state_.rows.empty() && !hasFooter_ ? 0 : padding / 2);
+        y += lineHeight + (isAlone && !hasFooter_ ? 0 : padding / 2);
     }
     body_ = QRect(padding, y, width, rows_.size.height);
-    y += rows_.size.height;
+    y += body_.height();
     if (hasFooter_) {
-        y += state_.rows.empty() ? 0 : padding / 2;
-        const int markSpace = markWidth > 0 ? markWidth + style.gap : 0;
-        const QRect lines = footerMetrics.boundingRect(
-            QRect(0, 0, std::max(1, width - markSpace), footerMetrics.lineSpacing() * kMostMessageLines),
-            Qt::TextWordWrap, qText(state_.message));
-        const int height = std::min(lines.height(), footerMetrics.lineSpacing() * kMostMessageLines);
-        footer_ = QRect(padding, y, width, std::max(style.em * 5 / 4, height));
+        y += isAlone ? 0 : padding / 2;
+        const int lines = static_cast<int>(message_.lines.size()) * footerMetrics().lineSpacing();
+        footer_ = QRect(padding, y, width, std::max(style.em * 5 / 4, lines));
         y += footer_.height();
     }
-    size_ = QSize(width + padding * 2, y + padding * (hasFooter_ && !state_.rows.empty() ? 3 : 4) / 4);
+    size_ = QSize(width + padding * 2, y + padding * (hasFooter_ && !isAlone ? 3 : 4) / 4);
 }
 
 std::optional<QRect> OverlayPicture::rowArea(std::size_t row) const {
@@ -103,39 +93,45 @@ QRect OverlayPicture::barArea() const {
 
 // Measuring
 
-int OverlayPicture::capWidth(const std::string& label) const {
-    return std::max(style_.capHeight, style_.capWidths.of(label) + 2 * style_.capPadding);
-}
-
-int OverlayPicture::capsWidth(const KeyCaps& caps) const {
-    int width = 0;
-    for (const std::string& label : caps)
-        width += (width > 0 ? style_.capGap : 0) + capWidth(label);
-    return width;
-}
-
 RowExtent OverlayPicture::extentOf(const SuggestionRow& row) const {
-    int text = style_.textWidths.of(row.name);
+    int text = style_.textRuns.width(row.name);
     if (hasIcons_)
         text += style_.iconSize + style_.gap;
     if (row.isRunning)
         text += style_.gap + style_.em / 3;
     if (!row.detail.empty())
-        text += style_.gap + style_.smallWidths.of(row.detail);
+        text += style_.gap + style_.smallRuns.width(row.detail);
     if (const std::string trailing = trailingText(row); !trailing.empty())
-        text += style_.gap + style_.smallWidths.of(trailing) + style_.em * 3 / 4;
-    return {capsWidth(row.caps), text + kSlack};
+        text += style_.gap + style_.smallRuns.width(trailing) + style_.em * 3 / 4;
+    return {style_.caps.width(row.caps), text + kSlack};
 }
 
 int OverlayPicture::headerWidth() const {
     int width = 0;
     for (const KeyCaps& caps : state_.sequence)
-        width += capsWidth(caps) + style_.gap;
+        width += style_.caps.width(caps) + style_.gap;
     if (!state_.input.empty())
-        width += capsWidth(state_.input) + style_.gap;
+        width += style_.caps.width(state_.input) + style_.gap;
     if (!state_.refused.empty())
-        width += capsWidth(state_.refused) + style_.gap;
+        width += style_.caps.width(state_.refused) + style_.gap;
     return width + style_.titleMetrics.horizontalAdvance(qText(state_.title)) + kSlack;
+}
+
+/// Alone, a message is what there is to read, not a note.
+const QFontMetrics& OverlayPicture::footerMetrics() const {
+    return state_.rows.empty() ? style_.textMetrics : style_.smallMetrics;
+}
+
+/// Not wider than a readable line, and below rows rather two lines than a wider window.
+WrappedText OverlayPicture::wrapMessage(int enoughWidth, int mostWidth) const {
+    const int most = std::min(mostWidth - (markWidth_ > 0 ? markWidth_ + style_.gap : 0), style_.em * 36);
+    const bool isAlone = state_.rows.empty();
+    const int lines = isAlone
+                          ? std::clamp(footerMetrics().horizontalAdvance(qText(state_.message)) / most + 1, 1,
+                                       kMostMessageLines)
+                          : kMostNoteLines;
+    return wrapText(qText(state_.message), isAlone ? style_.text : style_.small, enoughWidth,
+                    std::max(1, most), lines);
 }
 
 QString OverlayPicture::pageMark() const {
@@ -147,7 +143,6 @@ QString OverlayPicture::pageMark() const {
 
 void OverlayPicture::paint(QPainter& painter, const OverlayColors& colors, const IconSource& icon,
                            double timeLeft) const {
-    painter.setRenderHint(QPainter::Antialiasing);
     if (hasHeader_)
         paintHeader(painter, colors);
     const std::size_t first = rows_.rowsPerPage() * static_cast<std::size_t>(rows_.page(state_.pageTurns));
@@ -155,54 +150,31 @@ void OverlayPicture::paint(QPainter& painter, const OverlayColors& colors, const
         paintRow(painter, colors, icon, row);
     if (hasFooter_)
         paintFooter(painter, colors);
-    if (state_.hasTimeLimit) {
-        const QRectF track = barArea();
-        const double radius = track.height() / 2;
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(qColor(colors.barTrack));
-        painter.drawRoundedRect(track, radius, radius);
-        painter.setBrush(qColor(colors.bar));
-        painter.drawRoundedRect(QRectF(track.topLeft(), QSizeF(track.width() * timeLeft, track.height())),
-                                radius, radius);
-    }
+    paintBar(painter, colors, timeLeft);
 }
 
-int OverlayPicture::paintCap(QPainter& painter, const OverlayColors& colors, int x, int middle,
-                             const std::string& label, CapLook look) const {
-    const QRect area(x, middle - style_.capHeight / 2, capWidth(label), style_.capHeight);
-    OverlayColor face = colors.cap, edge = colors.capEdge, ink = colors.capText;
-    if (look == CapLook::group)
-        ink = colors.groupText;
-    if (look == CapLook::faint)
-        face = colors.background, ink = colors.faint;
-    if (look == CapLook::refused)
-        face = edge = colors.refused, ink = colors.refusedText;
-    paintKey(painter, area, style_.em / 4.0, qColor(face), qColor(edge));
-    painter.setFont(style_.cap);
-    painter.setPen(qColor(ink));
-    painter.drawText(area.adjusted(0, 0, 0, -1), Qt::AlignCenter, qText(label));
-    return area.width();
-}
-
-int OverlayPicture::paintCaps(QPainter& painter, const OverlayColors& colors, int x, int middle,
-                              const KeyCaps& caps, CapLook look) const {
-    const int begin = x;
-    for (const std::string& label : caps) {
-        x += x > begin ? style_.capGap : 0;
-        x += paintCap(painter, colors, x, middle, label, look);
-    }
-    return x - begin;
+void OverlayPicture::paintBar(QPainter& painter, const OverlayColors& colors, double timeLeft) const {
+    if (!state_.hasTimeLimit)
+        return;
+    const QRectF track = barArea();
+    const double radius = track.height() / 2;
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(qColor(colors.barTrack));
+    painter.drawRoundedRect(track, radius, radius);
+    painter.setBrush(qColor(colors.bar));
+    painter.drawRoundedRect(QRectF(track.topLeft(), QSizeF(track.width() * timeLeft, track.height())), radius,
+                            radius);
 }
 
 void OverlayPicture::paintHeader(QPainter& painter, const OverlayColors& colors) const {
     int x = header_.x();
     const int middle = header_.center().y();
     for (const KeyCaps& caps : state_.sequence)
-        x += paintCaps(painter, colors, x, middle, caps, CapLook::plain) + style_.gap;
+        x += style_.caps.paint(painter, x, middle, caps, CapLook::plain, colors) + style_.gap;
     if (!state_.input.empty())
-        x += paintCaps(painter, colors, x, middle, state_.input, CapLook::group) + style_.gap;
+        x += style_.caps.paint(painter, x, middle, state_.input, CapLook::group, colors) + style_.gap;
     if (!state_.refused.empty())
-        x += paintCaps(painter, colors, x, middle, state_.refused, CapLook::refused) + style_.gap;
+        x += style_.caps.paint(painter, x, middle, state_.refused, CapLook::refused, colors) + style_.gap;
     painter.setFont(style_.title);
     painter.setPen(qColor(colors.text));
     const QRect rest(x, header_.y(), header_.right() + 1 - x, header_.height());
@@ -215,6 +187,7 @@ void OverlayPicture::paintRow(QPainter& painter, const OverlayColors& colors, co
     const SuggestionRow& row = state_.rows[index];
     const QRect area = *rowArea(index);
     const int middle = area.center().y();
+    const double textMiddle = area.y() + area.height() / 2.0;
     if (row.isChosen) {
         painter.setPen(Qt::NoPen);
         painter.setBrush(qColor(colors.chosen));
@@ -225,10 +198,9 @@ void OverlayPicture::paintRow(QPainter& painter, const OverlayColors& colors, co
     const std::size_t perColumn = static_cast<std::size_t>(rows_.rowsPerColumn);
     const OverlayColumn& column = rows_.columns[index % rows_.rowsPerPage() / perColumn];
     // The key stands next to the name, its modifiers before it.
-    paintCaps(painter, colors, area.x() + column.caps - capsWidth(row.caps), middle, row.caps,
-              isFaint       ? CapLook::faint
-              : row.isGroup ? CapLook::group
-                            : CapLook::plain);
+    const CapLook look = isFaint ? CapLook::faint : row.isGroup ? CapLook::group : CapLook::plain;
+    style_.caps.paint(painter, area.x() + column.caps - style_.caps.width(row.caps), middle, row.caps, look,
+                      colors);
     QRect rest = area.adjusted(column.caps + style_.gap, 0, 0, 0);
     if (hasIcons_) {
         const QRect place(rest.x(), middle - style_.iconSize / 2, style_.iconSize, style_.iconSize);
@@ -244,10 +216,9 @@ void OverlayPicture::paintRow(QPainter& painter, const OverlayColors& colors, co
                                            : colors.text;
     const int dot = row.isRunning ? style_.gap + style_.em / 3 : 0;
     const int space = rest.width() - dot;
-    painter.setFont(style_.text);
     painter.setPen(qColor(ink));
-    painter.drawText(rest, Qt::AlignVCenter | Qt::AlignLeft, style_.textWidths.fitted(row.name, space));
-    int x = rest.x() + std::min(style_.textWidths.of(row.name), space);
+    style_.textRuns.paint(painter, rest.x(), textMiddle, row.name, space);
+    int x = rest.x() + std::min(style_.textRuns.width(row.name), space);
     if (row.isRunning) {
         const double size = style_.em / 3.0;
         painter.setPen(Qt::NoPen);
@@ -257,12 +228,10 @@ void OverlayPicture::paintRow(QPainter& painter, const OverlayColors& colors, co
     }
     if (!row.detail.empty() && x + style_.gap + style_.em * 2 < rest.right()) {
         rest.setLeft(x + style_.gap);
-        painter.setFont(style_.small);
         painter.setPen(qColor(row.isChosen     ? colors.chosenText
                               : row.isRuledOut ? colors.faint
                                                : colors.secondary));
-        painter.drawText(rest, Qt::AlignVCenter | Qt::AlignLeft,
-                         style_.smallWidths.fitted(row.detail, rest.width()));
+        style_.smallRuns.paint(painter, rest.x(), textMiddle, row.detail, rest.width());
     }
 }
 
@@ -276,9 +245,9 @@ int OverlayPicture::paintTrailing(QPainter& painter, const OverlayColors& colors
     const QColor ink = qColor(row.isChosen ? colors.chosenText
                               : isWarning  ? colors.warning
                                            : colors.secondary);
-    painter.setFont(style_.small);
     painter.setPen(ink);
-    QRect place = area;
+    const int width = style_.smallRuns.width(text);
+    int right = area.right() + 1;
     if (!isWarning) {
         // An arrow: more keys follow.
         const double size = style_.em / 5.0;
@@ -286,10 +255,10 @@ int OverlayPicture::paintTrailing(QPainter& painter, const OverlayColors& colors
         painter.setPen(QPen(ink, 1.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
         painter.drawPolyline(
             QPolygonF{{tip.x() - size, tip.y() - size}, tip, {tip.x() - size, tip.y() + size}});
-        place.setRight(area.right() - style_.em * 5 / 8);
+        right -= style_.em * 5 / 8;
     }
-    painter.drawText(place, Qt::AlignVCenter | Qt::AlignRight, qText(text));
-    return style_.smallWidths.of(text) + style_.gap + (isWarning ? 0 : style_.em * 5 / 8);
+    style_.smallRuns.paint(painter, right - width, area.y() + area.height() / 2.0, text, width);
+    return width + style_.gap + (isWarning ? 0 : style_.em * 5 / 8);
 }
 
 /// The application's icon, or the outline of a window.
@@ -299,6 +268,7 @@ void OverlayPicture::paintIcon(QPainter& painter, const OverlayColors& colors, c
     if (!pixmap.isNull()) {
         painter.setRenderHint(QPainter::SmoothPixmapTransform);
         painter.drawPixmap(area, pixmap);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform, false);
         return;
     }
     const double inset = area.width() / 8.0;
@@ -314,12 +284,15 @@ void OverlayPicture::paintFooter(QPainter& painter, const OverlayColors& colors)
     const bool isAlone = state_.rows.empty();
     painter.setFont(isAlone ? style_.text : style_.small);
     painter.setPen(qColor(isAlone ? colors.text : colors.secondary));
-    QRect place = footer_;
-    if (rows_.pages > 1) {
-        painter.drawText(place, Qt::AlignVCenter | Qt::AlignRight, pageMark());
-        place.setRight(place.right() - style_.smallMetrics.horizontalAdvance(pageMark()) - style_.gap);
+    if (markWidth_ > 0)
+        painter.drawText(footer_, Qt::AlignVCenter | Qt::AlignRight, pageMark());
+    const int spacing = footerMetrics().lineSpacing();
+    const int height = static_cast<int>(message_.lines.size()) * spacing;
+    QRect line(footer_.x(), footer_.y() + (footer_.height() - height) / 2, footer_.width(), spacing);
+    for (const QString& text : message_.lines) {
+        painter.drawText(line, Qt::AlignVCenter | Qt::AlignLeft, text);
+        line.translate(0, spacing);
     }
-    painter.drawText(place, Qt::AlignVCenter | Qt::AlignLeft | Qt::TextWordWrap, qText(state_.message));
 }
 
 } // namespace varnel

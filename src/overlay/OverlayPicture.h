@@ -2,6 +2,7 @@
 
 #include "overlay/OverlayStyle.h"
 #include "overlay/SuggestionOverlayState.h"
+#include "overlay/WrappedText.h"
 
 #include <QPixmap>
 #include <QRect>
@@ -34,15 +35,18 @@ public:
     /// Where the time that is left is drawn.
     [[nodiscard]] QRect barArea() const;
 
-    /// Paints everything inside the window's edge. `timeLeft` from 1 to 0.
+    /// Paints everything inside the window's edge, with a painter that smooths edges. `timeLeft` from 1 to 0.
     void paint(QPainter& painter, const OverlayColors& colors, const IconSource& icon, double timeLeft) const;
+    /// Of all that, what changes as time goes by.
+    void paintBar(QPainter& painter, const OverlayColors& colors, double timeLeft) const;
 
 private:
+    using CapLook = KeyCapPainter::Look;
     [[nodiscard]] RowExtent extentOf(const SuggestionRow& row) const;
-    [[nodiscard]] int capWidth(const std::string& label) const;
-    [[nodiscard]] int capsWidth(const KeyCaps& caps) const;
     [[nodiscard]] int headerWidth() const;
     [[nodiscard]] QString pageMark() const;
+    [[nodiscard]] const QFontMetrics& footerMetrics() const;
+    [[nodiscard]] WrappedText wrapMessage(int enoughWidth, int mostWidth) const;
     void paintHeader(QPainter& painter, const OverlayColors& colors) const;
     void paintRow(QPainter& painter, const OverlayColors& colors, const IconSource& icon,
                   std::size_t row) const;
@@ -51,18 +55,14 @@ private:
     void paintIcon(QPainter& painter, const OverlayColors& colors, const SuggestionRow& row,
                    const QRect& area, const IconSource& icon) const;
     void paintFooter(QPainter& painter, const OverlayColors& colors) const;
-    enum class CapLook { plain, group, faint, chosen, refused };
-    int paintCap(QPainter& painter, const OverlayColors& colors, int x, int middle, const std::string& label,
-                 CapLook look) const;
-    int paintCaps(QPainter& painter, const OverlayColors& colors, int x, int middle, const KeyCaps& caps,
-                  CapLook look) const;
-
     SuggestionOverlayState state_;
     const OverlayStyle& style_;
     bool hasIcons_ = false;
     bool hasHeader_ = false;
     bool hasFooter_ = false;
     RowLayout rows_;
+    int markWidth_ = 0; ///< of the page's number
+    WrappedText message_;
     QSize size_;
     QRect header_, body_, footer_;
 };

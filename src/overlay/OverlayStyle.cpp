@@ -5,9 +5,6 @@
 namespace varnel {
 namespace {
 
-/// More than anybody's configuration shows; choices could bring new texts for ever.
-constexpr std::size_t kMostWidths = 4000;
-
 QFont sized(double points, QFont::Weight weight) {
     QFont font = QApplication::font();
     font.setPointSizeF(points);
@@ -17,43 +14,24 @@ QFont sized(double points, QFont::Weight weight) {
 
 } // namespace
 
-int TextWidths::of(const std::string& text) const {
-    if (widths_.size() >= kMostWidths)
-        widths_.clear();
-    const auto [entry, isNew] = widths_.try_emplace(text, 0);
-    if (isNew)
-        entry->second = metrics_.horizontalAdvance(QString::fromStdString(text));
-    return entry->second;
-}
-
-QString TextWidths::fitted(const std::string& text, int space) const {
-    const QString whole = QString::fromStdString(text);
-    return of(text) <= space ? whole : metrics_.elidedText(whole, Qt::ElideRight, space);
-}
-
 OverlayStyle::OverlayStyle(int textSize)
     : text(sized(textSize, QFont::Normal))
     , title(sized(textSize, QFont::DemiBold))
     , small(sized(textSize * 0.86, QFont::Normal))
-    , cap(sized(textSize * 0.86, QFont::Medium))
     , textMetrics(text)
     , titleMetrics(title)
     , smallMetrics(small)
-    , capMetrics(cap)
-    , textWidths(text)
-    , smallWidths(small)
-    , capWidths(cap)
+    , textRuns(text)
+    , smallRuns(small)
     , em(textMetrics.height())
     , padding(em)
     , radius(em * 3 / 4)
     , rowHeight(em * 15 / 8)
-    , capHeight(em * 11 / 8)
-    , capPadding(em * 3 / 8)
-    , capGap(em / 5)
     , gap(em * 5 / 8)
     , iconSize(em * 9 / 8)
     , barHeight(qMax(3, em / 6))
-    , shadow(em) {}
+    , shadow(em)
+    , caps(sized(textSize * 0.86, QFont::Medium), em) {}
 
 RowMetrics OverlayStyle::rowMetrics() const {
     return {.height = rowHeight,

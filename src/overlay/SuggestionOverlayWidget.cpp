@@ -1,6 +1,7 @@
 #include "overlay/SuggestionOverlayWidget.h"
 
 #include "overlay/OverlayAccessibility.h"
+#include "overlay/OverlayFrame.h"
 #include "overlay/SuggestionModel.h"
 
 #include <QAccessible>
@@ -22,9 +23,9 @@ constexpr Qt::WindowFlags kFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::Wind
                                    Qt::NoDropShadowWindowHint | Qt::X11BypassWindowManagerHint;
 /// The window leaves this part of the screen free.
 constexpr double kFreeShare = 0.08;
-constexpr int kShadowDarkness = 70;
 constexpr const char* kCommonCharacters = "abcdefghijklmnopqrst\nuvwxyzABCDEFGHIJKLM\nNOPQRSTUVWXYZ\n"
                                           "0123456789 .,:;-+/\n()…·!?'\"←→↑↓#%&=";
+constexpr std::string_view kCommonKeys = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 
 OverlaySize overlaySize(QSize size) {
     return {size.width(), size.height()};
@@ -50,19 +51,23 @@ SuggestionOverlayWidget::~SuggestionOverlayWidget() = default;
 void SuggestionOverlayWidget::prepare(const OverlayAppearance& appearance) {
     if (isVisible())
         return;
+    adoptBlending();
     layOut(sampleState({{}, surroundings_.namesKeysBySymbols()}), appearance);
     resize(pictureArea().size() + 2 * QSize(pictureArea().x(), pictureArea().y()));
     winId();
-    // Painting once loads the fonts and fills the caches of glyphs, at the scale of the screen.
+    // Painting once loads the fonts and fills the caches of glyphs and keys, at the scale of the screen.
     QPixmap pixmap(size() * devicePixelRatioF());
     pixmap.setDevicePixelRatio(devicePixelRatioF());
     render(&pixmap);
     QPainter painter(&pixmap);
-    for (const QFont& font : {style_->text, style_->title, style_->small, style_->cap}) {
+    for (const QFont& font : {style_->text, style_->title, style_->small}) {
         painter.setFont(font);
         for (const QString& line : QString::fromUtf8(kCommonCharacters).split(QLatin1Char('\n')))
             painter.drawText(0, style_->em, line);
     }
+    for (const char key : kCommonKeys)
+        style_->caps.paint(painter, 0, style_->em, {std::string(1, key)}, KeyCapPainter::Look::plain,
+                           overlayColors(isDark()));
     picture_.reset();
     // Asking connects to the desktop's accessibility service, which the first appearance would do otherwise.
     QAccessible::isActive();
@@ -70,6 +75,7 @@ void SuggestionOverlayWidget::prepare(const OverlayAppearance& appearance) {
 }
 
 int SuggestionOverlayWidget::show(const SuggestionOverlayState& state, const OverlayAppearance& appearance) {
+    adoptBlending();
     if (!isVisible()) {
         pointer_ = QCursor::pos();
         screen_ = QGuiApplication::screenAt(pointer_);
@@ -85,10 +91,29 @@ int SuggestionOverlayWidget::show(const SuggestionOverlayState& state, const Ove
         update();
         raise();
     } else {
-        QWidget::show();
+        appear();
     }
     tellAssistants(*this);
     return picture_->pages();
+}
+
+/// A window with translucent parts is the slower one, and costs memory in the server, where nobody blends
+/// windows: the native window is made anew when that changes.
+void SuggestionOverlayWidget::adoptBlending() {
+    const bool isBlended = surroundings_.blendsWindows();
+    if (isBlended == testAttribute(Qt::WA_TranslucentBackground))
+        return;
+    hide();
+    destroy();
+    setAttribute(Qt::WA_TranslucentBackground, isBlended);
+    setAttribute(Qt::WA_OpaquePaintEvent, !isBlended);
+}
+
+/// Paints at once instead of when the server asks for it, which a compositor may keep it from for a while.
+void SuggestionOverlayWidget::appear() {
+    QWidget::show();
+    setAttribute(Qt::WA_Mapped);
+    repaint();
 }
 
 void SuggestionOverlayWidget::hide() {
@@ -124,7 +149,6 @@ void SuggestionOverlayWidget::layOut(const SuggestionOverlayState& state,
     if (!style_ || appearance.textSize != appearance_.textSize)
         style_ = std::make_unique<OverlayStyle>(appearance.textSize);
     appearance_ = appearance;
-    isBlended_ = surroundings_.blendsWindows();
     const QScreen* screen = screen_ ? screen_ : QGuiApplication::primaryScreen();
     const QSize space = screen->availableGeometry().size() * (1 - kFreeShare);
     picture_ = std::make_unique<OverlayPicture>(state, *style_, overlaySize(space), appearance.showsIcons);
@@ -132,7 +156,7 @@ void SuggestionOverlayWidget::layOut(const SuggestionOverlayState& state,
 
 /// The picture within the window, which is larger by the shadow around it.
 QRect SuggestionOverlayWidget::pictureArea() const {
-    const int margin = isBlended_ ? style_->shadow : 0;
+    const int margin = isBlended() ? style_->shadow : 0;
     return {QPoint(margin, margin), picture_->size()};
 }
 
@@ -150,7 +174,7 @@ void SuggestionOverlayWidget::place() {
 
 /// Without somebody who blends windows, corners that are not painted would be black: cut them off.
 void SuggestionOverlayWidget::shape() {
-    if (isBlended_) {
+    if (isBlended()) {
         clearMask();
         return;
     }
@@ -159,44 +183,19 @@ void SuggestionOverlayWidget::shape() {
     setMask(QRegion(outline.toFillPolygon().toPolygon()));
 }
 
-/// Rings that grow fainter outwards, a little lower than the window, as light from above makes them.
-void SuggestionOverlayWidget::paintShadow(QPainter& painter) const {
-    const double reach = style_->shadow * 0.8;
-    const QRectF edge = QRectF(pictureArea()).translated(0, style_->shadow / 5.0);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor(0, 0, 0, kShadowDarkness));
-    painter.drawRoundedRect(edge, style_->radius, style_->radius);
-    painter.setBrush(Qt::NoBrush);
-    for (double distance = 0.5; distance < reach; ++distance) {
-        const double nearness = 1.0 - distance / reach;
-        painter.setPen(QPen(QColor(0, 0, 0, static_cast<int>(kShadowDarkness * nearness * nearness)), 1));
-        const QRectF ring = edge.adjusted(-distance, -distance, distance, distance);
-        painter.drawRoundedRect(ring, style_->radius + distance, style_->radius + distance);
-    }
-}
-
 void SuggestionOverlayWidget::paintEvent(QPaintEvent* event) {
     if (!picture_)
         return;
     const OverlayColors& colors = overlayColors(isDark());
+    const QRect area = pictureArea();
     QPainter painter(this);
     painter.setClipRegion(event->region());
-    painter.setRenderHint(QPainter::Antialiasing);
-    if (isBlended_ && event->rect().height() > style_->barHeight)
-        paintShadow(painter);
-    const QRect area = pictureArea();
-    if (isBlended_) {
-        painter.setPen(QPen(qColor(colors.edge), 1));
-        painter.setBrush(qColor(colors.background));
-        painter.drawRoundedRect(QRectF(area).adjusted(0.5, 0.5, -0.5, -0.5), style_->radius, style_->radius);
-    } else {
-        painter.fillRect(area, qColor(colors.edge));
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(qColor(colors.background));
-        painter.drawRoundedRect(QRectF(area).adjusted(1, 1, -1, -1), style_->radius - 1, style_->radius - 1);
-    }
+    (isBlended() ? paintBlendedFrame : paintCutFrame)(painter, area, *style_, colors);
     painter.translate(area.topLeft());
-    picture_->paint(painter, colors, icon_, timeLeft_);
+    if (picture_->barArea().translated(area.topLeft()).contains(event->rect()))
+        picture_->paintBar(painter, colors, timeLeft_);
+    else
+        picture_->paint(painter, colors, icon_, timeLeft_);
 }
 
 bool SuggestionOverlayWidget::event(QEvent* event) {

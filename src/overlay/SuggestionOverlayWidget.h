@@ -40,10 +40,12 @@ protected:
     bool event(QEvent* event) override;
 
 private:
+    void adoptBlending();
+    void appear();
     void layOut(const SuggestionOverlayState& state, const OverlayAppearance& appearance);
     void place();
     void shape();
-    void paintShadow(QPainter& painter) const;
+    [[nodiscard]] bool isBlended() const { return testAttribute(Qt::WA_TranslucentBackground); }
     [[nodiscard]] QRect pictureArea() const;
 
     OverlaySurroundings& surroundings_;
@@ -52,7 +54,6 @@ private:
     std::unique_ptr<OverlayStyle> style_;
     std::unique_ptr<OverlayPicture> picture_;
     double timeLeft_ = 1;
-    bool isBlended_ = true;
     QPoint pointer_; ///< where it was when the window appeared
     QScreen* screen_ = nullptr;
 };

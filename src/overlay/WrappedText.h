@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QFont>
+#include <QStringList>
+
+namespace varnel {
+
+/// A text on a few lines.
+struct WrappedText {
+    QStringList lines;
+    int width = 0; ///< of the longest line
+};
+/// Breaks the text into `mostLines` at most, none wider than `mostWidth`, as narrow as that allows but not
+/// narrower than `enoughWidth`: so lines are about equally long. What does not fit at all is cut.
+WrappedText wrapText(const QString& text, const QFont& font, int enoughWidth, int mostWidth, int mostLines);
+
+} // namespace varnel
