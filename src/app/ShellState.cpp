@@ -1,6 +1,5 @@
 #include "app/ShellState.h"
 
-#include "base/FileSystem.h"
 #include "base/Localized.h"
 #include "base/Text.h"
 
@@ -25,12 +24,6 @@ void addPause(std::vector<MenuEntry>& entries, const ShellState& state) {
 }
 
 } // namespace
-
-std::string problemLine(const Problem& problem) {
-    if (problem.kind != Problem::Kind::configuration || problem.place.empty())
-        return problem.text; // names what it is about
-    return lastPathComponent(problem.place) + ": " + problem.text;
-}
 
 std::string toolTip(const ShellState& state) {
     std::string text = "Varnel!\n" + state.health.sentence;

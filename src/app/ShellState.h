@@ -45,8 +45,6 @@ inline constexpr Duration kLongPause = std::chrono::minutes(30);
 
 /// Health and the latest problem first, then what can be done.
 std::vector<MenuEntry> menuEntries(const ShellState& state);
-/// A problem with its place in one line: "config.json:3:12: expected a string".
-std::string problemLine(const Problem& problem);
 /// The text that appears over the icon.
 std::string toolTip(const ShellState& state);
 

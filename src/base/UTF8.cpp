@@ -51,4 +51,25 @@ void appendUTF8(std::string& out, unsigned codePoint) {
     }
 }
 
+std::size_t columnsOf(unsigned c) {
+    const bool isMark = (c >= 0x300 && c <= 0x36F) || c == 0x200D || (c >= 0xFE00 && c <= 0xFE0F);
+    if (isMark)
+        return 0;
+    const bool isWide = (c >= 0x1100 && c <= 0x115F) || (c >= 0x2E80 && c <= 0xA4CF) ||
+                        (c >= 0xAC00 && c <= 0xD7A3) || (c >= 0xF900 && c <= 0xFAFF) ||
+                        (c >= 0xFF00 && c <= 0xFF60) || (c >= 0x1F300 && c <= 0x1FAFF) ||
+                        (c >= 0x20000 && c <= 0x3FFFD);
+    return isWide ? 2 : 1;
+}
+
+std::size_t columnsOf(std::string_view text) {
+    std::size_t columns = 0;
+    while (!text.empty()) {
+        const std::size_t length = utf8CharacterLength(text);
+        columns += length == 0 ? 1 : columnsOf(decodeUTF8(text.substr(0, length)));
+        text.remove_prefix(length == 0 ? 1 : length);
+    }
+    return columns;
+}
+
 } // namespace varnel

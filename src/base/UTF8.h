@@ -13,4 +13,8 @@ std::size_t utf8CharacterLength(std::string_view text);
 unsigned decodeUTF8(std::string_view character);
 void appendUTF8(std::string& out, unsigned codePoint);
 
+/// How many columns of a terminal the character takes: East Asian characters and emoji count as two.
+std::size_t columnsOf(unsigned codePoint);
+std::size_t columnsOf(std::string_view text);
+
 } // namespace varnel

@@ -38,17 +38,6 @@ bool isRightToLeft(unsigned c) {
            (c >= 0x10800 && c <= 0x10FFF) || (c >= 0x1E800 && c <= 0x1EFFF);
 }
 
-std::size_t columnsOf(unsigned c) {
-    const bool isMark = (c >= 0x300 && c <= 0x36F) || c == 0x200D || (c >= 0xFE00 && c <= 0xFE0F);
-    if (isMark)
-        return 0;
-    const bool isWide = (c >= 0x1100 && c <= 0x115F) || (c >= 0x2E80 && c <= 0xA4CF) ||
-                        (c >= 0xAC00 && c <= 0xD7A3) || (c >= 0xF900 && c <= 0xFAFF) ||
-                        (c >= 0xFF00 && c <= 0xFF60) || (c >= 0x1F300 && c <= 0x1FAFF) ||
-                        (c >= 0x20000 && c <= 0x3FFFD);
-    return isWide ? 2 : 1;
-}
-
 } // namespace
 
 std::string xml(std::string_view text) {
@@ -111,9 +100,7 @@ std::string isolated(std::string_view text) {
 }
 
 std::string shortened(std::string_view text, std::size_t columns) {
-    std::size_t width = 0;
-    forEachCharacter(text, [&](std::string_view, unsigned number) { width += columnsOf(number); });
-    if (width <= columns)
+    if (columnsOf(text) <= columns)
         return std::string(text);
     std::string out;
     std::size_t used = 1;

@@ -4,6 +4,7 @@
 #include "keyboard/SuspensionReasons.h"
 #include "keyboard/notation/KeyTokenCodec.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace varnel {
@@ -71,6 +72,19 @@ std::string ran(const Decision& decision, const DecisionContext& context) {
             return localized("%1 ran “%2”; it keeps “%3” (%4) from ever being reached",
                              {keys, name, singleLine(item->name, 60), triggerOf(*item)});
     return localized("%1 ran “%2”", {keys, name});
+}
+
+/// A failed launch tells its item's name only; what is in the way is looked for now.
+std::string commandFinished(const Decision& decision, const DecisionContext& context) {
+    const std::string name = plain(decision.name), message = plain(decision.message);
+    const bool isFailedLaunch = message == localized("Failed to launch application: %1", {name});
+    if (isFailedLaunch && context.obstacle && decision.configuration == context.configuration) {
+        const auto item = std::ranges::find(context.items, decision.name.view(), &ConfigItem::name);
+        if (const std::string obstacle = item == context.items.end() ? "" : context.obstacle(*item);
+            !obstacle.empty())
+            return localized("“%1” ended: %2 (%3)", {name, message, singleLine(obstacle, 200)});
+    }
+    return localized("“%1” ended: %2", {name, message});
 }
 
 std::string suspended(const Decision& decision) {
@@ -150,7 +164,7 @@ std::string describe(const Decision& decision, const DecisionContext& context) {
     case Kind::postedByUs:
         return localized("%1 opened nothing: Varnel itself had posted it", {token});
     case Kind::commandFinished:
-        return localized("“%1” ended: %2", {plain(decision.name), plain(decision.message)});
+        return commandFinished(decision, context);
     case Kind::suspended:
         return suspended(decision);
     case Kind::resumed:

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -99,8 +100,11 @@ private:
 /// The configuration that is in force, to look up in when a sentence is made.
 struct DecisionContext {
     const std::vector<ConfigItem>& items;
-    std::uint32_t configuration =
-        0; ///< decisions of other configurations are told without looking anything up
+    /// Decisions of other configurations are told without looking anything up.
+    std::uint32_t configuration = 0;
+    /// What is in the way of an item's action at present, as a clause; "" when nothing is known. May be
+    /// empty.
+    std::function<std::string(const ConfigItem&)> obstacle = {};
 };
 
 /// The decision in the user's language, one plain sentence without its time: "g ended the sequence: nothing

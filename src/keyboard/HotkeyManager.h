@@ -40,6 +40,9 @@ struct HotkeyManagerDependencies {
     std::function<bool(const std::string& applicationPath)> applicationStatusResolver;
     /// Whether an item's action could run now, for hint rows; only looks at values in memory. May be empty.
     std::function<HintAvailability(const ConfigItem&)> actionAvailability = {};
+    /// As in `DecisionContext`; may take its time, for it is asked only when a decision is told. May be
+    /// empty.
+    std::function<std::string(const ConfigItem&)> obstacle = {};
     /// Why keys cannot be captured, as a sentence; "" when nothing is known. May be empty.
     std::function<std::string()> captureError = {};
     const DynamicChoiceRegistry* dynamicChoiceRegistry = nullptr; ///< may be null
@@ -121,7 +124,9 @@ public:
 
     /// The last decisions. Make sentences of them with `describe` and `decisionContext`.
     [[nodiscard]] const DecisionLog& decisions() const { return recorder_.log(); }
-    [[nodiscard]] DecisionContext decisionContext() const { return {*rootItems_, recorder_.configuration()}; }
+    [[nodiscard]] DecisionContext decisionContext() const {
+        return {*rootItems_, recorder_.configuration(), dependencies_.obstacle};
+    }
     /// Adds what the composition has noticed: trouble with the keyboard, a configuration that does not load.
     void note(Decision::Kind kind, std::string_view message) { recorder_.note(kind, message); }
 

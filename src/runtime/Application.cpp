@@ -4,6 +4,7 @@
 #include "config/LocalConfigStorageProvider.h"
 #include "keyboard/TimingPreferences.h"
 #include "runtime/ControlRequests.h"
+#include "runtime/HealthMonitor.h"
 #include "runtime/PluginChoiceResolver.h"
 #include "runtime/ProcessMemory.h"
 #include "runtime/SafeConfigStorage.h"
@@ -26,6 +27,12 @@ namespace {
 constexpr Duration kSettlingTime = 300ms;
 /// How often an open sequence looks whether another program has taken the keyboard.
 constexpr Duration kGrabLook = 500ms;
+
+/// What an action opens; null when it names nothing.
+const std::string* launchPath(const ConfigAction& action) {
+    const auto path = action.params.find("path");
+    return path == action.params.end() ? nullptr : path->second.string();
+}
 
 std::string temporaryFolder() {
     const char* folder = std::getenv("TMPDIR");
@@ -192,6 +199,13 @@ void Application::buildEngine() {
         .writeDiagnostic = printDiagnostic,
         .applicationStatusResolver = [this](const std::string& path) { return hintFacts_->isRunning(path); },
         .actionAvailability = [this](const ConfigItem& item) { return hintFacts_->availability(item); },
+        .obstacle =
+            [](const ConfigItem& item) {
+                const std::string* path = item.action && item.action->pluginID == core::application
+                                              ? launchPath(*item.action)
+                                              : nullptr;
+                return path ? makeApplicationFinder()(*path) : std::string();
+            },
         .captureError = [this] { return platform_->captureError(); },
         .dynamicChoiceRegistry = &choices_,
         .localMonitorFactory = nullptr});
@@ -281,7 +295,8 @@ void Application::noteTrouble() {
 
 void Application::noteLoadError() {
     if (const auto& error = config_->loadError())
-        hotkeys_->note(Decision::Kind::configurationFailed, describe(*error));
+        hotkeys_->note(Decision::Kind::configurationFailed,
+                       problemLine(configurationProblem(*error, config_->currentConfigPath())));
 }
 
 void Application::settleSoon() {
@@ -348,7 +363,8 @@ JSONValue::Array Application::readPluginPreferences() const {
 }
 
 void Application::reload() {
-    config_->reloadNow();
+    if (!options_.isSafe) // there is no file that could have changed
+        config_->reloadNow();
     captureKeyboard();
 }
 

@@ -22,6 +22,20 @@ std::string octal(std::uint32_t mode) {
             static_cast<char>('0' + (mode & 7))};
 }
 
+bool isCapturing(const JSONValue::Object& status) {
+    return textOf(status, "statusLine").find("global:off") == std::string::npos;
+}
+
+std::string pauseReasons(const JSONValue::Object& status) {
+    const auto member = status.find("suspensionReasons");
+    std::vector<std::string> reasons;
+    if (const JSONValue::Array* all = member == status.end() ? nullptr : member->second.array())
+        for (const JSONValue& reason : *all)
+            if (reason.string())
+                reasons.push_back(singleLine(*reason.string(), 60));
+    return join(reasons, ", ");
+}
+
 class Examination {
 public:
     explicit Examination(const DoctorFacts& facts)
@@ -62,9 +76,19 @@ private:
     }
 
     void running(const JSONValue::Object& status) {
-        add("application.running", Grade::fine,
-            localized("Varnel %1 is running: %2", {textOf(status, "version"), textOf(status, "statusLine")}));
-        if (const std::string version = textOf(status, "version"); version != facts_.version)
+        const std::string version = textOf(status, "version");
+        if (!isCapturing(status))
+            add("application.running", Grade::warning,
+                localized("Varnel %1 is running, but captures no keys.", {version}),
+                localized("“varnel why” tells what is in the way, “varnel reload” tries again."));
+        else if (const std::string reasons = pauseReasons(status); !reasons.empty())
+            add("application.running", Grade::note,
+                localized("Varnel %1 is running, but paused: %2.", {version, reasons}),
+                localized("“varnel resume” goes on."));
+        else
+            add("application.running", Grade::fine,
+                localized("Varnel %1 is running and captures keys.", {version}));
+        if (version != facts_.version)
             add("application.version", Grade::warning,
                 localized("The running application has the version %1, this program %2.",
                           {version, facts_.version}),

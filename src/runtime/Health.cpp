@@ -1,5 +1,6 @@
 #include "runtime/Health.h"
 
+#include "base/FileSystem.h"
 #include "base/Localized.h"
 #include "base/Text.h"
 
@@ -81,6 +82,12 @@ Health assessHealth(const HealthFacts& facts) {
         health.sentence = listeningSentence(facts);
     }
     return health;
+}
+
+std::string problemLine(const Problem& problem) {
+    if (problem.kind != Problem::Kind::configuration || problem.place.empty())
+        return problem.text; // names what it is about
+    return lastPathComponent(problem.place) + ": " + problem.text;
 }
 
 std::string remainingTime(Duration left) {

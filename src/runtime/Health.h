@@ -46,6 +46,8 @@ struct Health {
     std::vector<Problem> problems;
     friend bool operator==(const Health&, const Health&) = default;
 };
+/// A problem with its place in one line: "config.json:3:12: expected a string".
+std::string problemLine(const Problem& problem);
 Health assessHealth(const HealthFacts& facts);
 
 /// "4 minutes", "40 seconds": rounded so that it never reads as nothing while something is left.

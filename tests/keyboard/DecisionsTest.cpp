@@ -48,6 +48,8 @@ public:
     void execute(const ConfigItem& item, const std::string&, const PluginSettings&, Report report) override {
         if (item.name == "Broken")
             report("The plugin exited with an error.");
+        if (item.name == "Lost")
+            report("Failed to launch application: Lost");
     }
 };
 
@@ -60,8 +62,9 @@ protected:
         manager.updateConfiguration(
             share({action("Mail", {"ctrl+j", "m"}), action("Twin", {"ctrl+j", "m"}),
                    action("Short", {"ctrl+j", "s"}), action("Long", {"ctrl+j", "s", "x"}), off,
-                   action("Broken", {"ctrl+j", "b"}), action("Tap", {"cmd", "t"}), group("Pass", {"p"}, true),
-                   action("P", {"p", "2"}), group("Ctrl", {"ctrl+x"}, true), action("C", {"ctrl+x", "2"})}));
+                   action("Broken", {"ctrl+j", "b"}), action("Lost", {"ctrl+j", "l"}),
+                   action("Tap", {"cmd", "t"}), group("Pass", {"p"}, true), action("P", {"p", "2"}),
+                   group("Ctrl", {"ctrl+x"}, true), action("C", {"ctrl+x", "2"})}));
         manager.startGlobalMonitoring();
         start = manager.decisions().total();
     }
@@ -125,6 +128,7 @@ protected:
                            .writeDiagnostic = {},
                            .applicationStatusResolver = {},
                            .actionAvailability = {},
+                           .obstacle = [](const ConfigItem&) { return "it is not there"; },
                            .wallClock = [this] { return wall; }}};
     std::uint64_t start = 0;
 };
@@ -148,6 +152,9 @@ TEST_F(DecisionsTest, AreToldInPlainSentences) {
         {"ctrl+j b",
          "ctrl+j opened a sequence; ctrl+j b ran “Broken”; “Broken” ended: The plugin exited with "
          "an error.; "},
+        {"ctrl+j l",
+         "ctrl+j opened a sequence; ctrl+j l ran “Lost”; “Lost” ended: Failed to launch application: "
+         "Lost (it is not there); "},
         {"ctrl+j escape", "ctrl+j opened a sequence; escape ended the sequence ctrl+j; "},
         {"own:ctrl+j own:a", "ctrl+j opened nothing: Varnel itself had posted it; "},
         {"ctrl+j +game ctrl+j h i -game", "ctrl+j opened a sequence; The sequence ctrl+j was interrupted; "

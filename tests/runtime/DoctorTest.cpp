@@ -55,6 +55,12 @@ TEST(Doctor, FindsWhatIsInTheWay) {
         const char* text; ///< a part of it, or of the remedy
     } rows[] = {
         {[](auto& f) { f.status.reset(); }, "application.running", Grade::note, "not running"},
+        {[](auto& f) { (*f.status)["statusLine"] = "active local:off global:off AX:denied"; },
+         "application.running", Grade::warning, "captures no keys"},
+        {[](auto& f) {
+             (*f.status)["suspensionReasons"] = JSONValue::Array{"game", "pause"};
+         },
+         "application.running", Grade::note, "paused: game, pause."},
         {[](auto& f) { f.version = "2.0"; }, "application.version", Grade::warning, "1.0, this program 2.0"},
         {[](auto& f) { f.socketError = "It is silent."; }, "application.socket", Grade::warning, "silent"},
         {[](auto& f) { f.socketFolder = {.path = "/r", .exists = true, .mode = 0755, .error = {}}; },

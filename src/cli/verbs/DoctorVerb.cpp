@@ -1,4 +1,6 @@
+#include "base/Localized.h"
 #include "cli/AbsolutePath.h"
+#include "cli/Columns.h"
 #include "cli/JSONLine.h"
 #include "cli/Verb.h"
 #include "runtime/Doctor.h"
@@ -10,6 +12,8 @@ namespace varnel {
 namespace {
 
 using Grade = DoctorFinding::Grade;
+
+constexpr std::size_t kWidth = 10;
 
 int exitStatus(const std::vector<DoctorFinding>& findings) {
     auto has = [&](Grade grade) {
@@ -32,13 +36,24 @@ void printForPrograms(const DoctorFacts& facts, const std::vector<DoctorFinding>
     console.out.line(report.raw("findings", list + "]").finished());
 }
 
+std::string gradeWord(Grade grade) {
+    switch (grade) {
+    case Grade::fine:
+        return localized("ok");
+    case Grade::note:
+        return localized("note");
+    case Grade::warning:
+        return localized("warning");
+    case Grade::failure:
+        break;
+    }
+    return localized("failure");
+}
+
 void printForPeople(const DoctorFacts& facts, const std::vector<DoctorFinding>& findings, Console& console) {
-    constexpr std::size_t kWidth = 9;
     console.out.line("Varnel " + facts.version + ", " + redacted(facts.system, facts));
     for (const DoctorFinding& finding : findings) {
-        std::string mark = finding.grade == Grade::fine ? "ok" : std::string(name(finding.grade));
-        mark.resize(kWidth, ' ');
-        console.out.line(mark + finding.text);
+        console.out.line(column(gradeWord(finding.grade), kWidth) + finding.text);
         if (!finding.remedy.empty())
             console.out.line(std::string(kWidth, ' ') + "→ " + finding.remedy);
     }

@@ -4,6 +4,7 @@
 #include "base/SharedPreferences.h"
 #include "base/Text.h"
 #include "cli/AbsolutePath.h"
+#include "cli/Columns.h"
 #include "cli/ConfigInput.h"
 #include "cli/JSONLine.h"
 #include "cli/Verb.h"
@@ -103,15 +104,35 @@ std::string asJSON(const PluginDescriptor& descriptor) {
     return line.finished();
 }
 
+std::string statusWord(PluginStatus::Kind kind) {
+    switch (kind) {
+    case PluginStatus::Kind::untrusted:
+        return localized("untrusted");
+    case PluginStatus::Kind::invalid:
+        return localized("invalid");
+    case PluginStatus::Kind::conflict:
+        return localized("conflict");
+    case PluginStatus::Kind::shadowed:
+        return localized("shadowed");
+    case PluginStatus::Kind::active:
+        return localized("active");
+    case PluginStatus::Kind::disabled:
+        break;
+    }
+    return localized("disabled");
+}
+
+std::string sourceWord(PluginSourceKind kind) {
+    return kind == PluginSourceKind::bundled ? localized("bundled") : localized("user");
+}
+
 void printForPeople(const PluginDescriptor& descriptor, Console& console) {
     constexpr std::size_t kLineLength = 400;
-    auto column = [](std::string_view text, std::size_t width) {
-        std::string cell = singleLine(text, 80);
-        cell.resize(std::max(cell.size() + 2, width), ' ');
-        return cell;
+    const auto cell = [](const std::string& text, std::size_t width) {
+        return column(singleLine(text, 80) + " ", width);
     };
-    console.out.line(column(descriptor.manifest.id, 24) + column(name(descriptor.status.kind), 11) +
-                     column(name(descriptor.sourceKind), 9) + column(descriptor.manifest.version, 9) +
+    console.out.line(cell(descriptor.manifest.id, 24) + cell(statusWord(descriptor.status.kind), 16) +
+                     cell(sourceWord(descriptor.sourceKind), 14) + cell(descriptor.manifest.version, 9) +
                      singleLine(descriptor.manifest.name, 80));
     if (descriptor.status.message)
         for (std::string_view line : split(*descriptor.status.message, '\n'))
