@@ -12,6 +12,14 @@
 
 namespace varnel {
 
+/// A place on the desktop, in the unit in which the window system counts.
+struct DesktopPlace {
+    int x = 0;
+    int y = 0;
+    bool isInPixels = false; ///< of the screen, however dense it is
+    friend bool operator==(const DesktopPlace&, const DesktopPlace&) = default;
+};
+
 /// What the hint window wants to know of the desktop around it, answered from values in memory. Main thread.
 class OverlaySurroundings {
 public:
@@ -25,6 +33,9 @@ public:
     [[nodiscard]] virtual bool prefersLessMotion() const { return false; }
     /// Nothing: the desktop does not say.
     [[nodiscard]] virtual std::optional<bool> prefersDark() const { return std::nullopt; }
+    /// The middle of the window that the user types into; nothing when there is none. The only answer that is
+    /// asked for, since windows move: once for each time that hints appear.
+    [[nodiscard]] virtual std::optional<DesktopPlace> focusedPlace() { return std::nullopt; }
     /// Whether keys are named by symbols (⌘) instead of words ("Super").
     [[nodiscard]] virtual bool namesKeysBySymbols() const { return false; }
     /// Makes the window with this native identifier one that never takes the focus, is on every workspace and

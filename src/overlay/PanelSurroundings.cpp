@@ -29,6 +29,11 @@ bool PanelSurroundings::prefersLessMotion() const {
     return table_.accessibilityDisplayShouldReduceMotion();
 }
 
+std::optional<DesktopPlace> PanelSurroundings::focusedPlace() {
+    const auto [x, y] = table_.mainScreenCenter();
+    return DesktopPlace{static_cast<int>(x), static_cast<int>(y), false};
+}
+
 void PanelSurroundings::adoptWindow(std::uintptr_t view) {
     table_.setStyleMask(view, table_.styleMask(view) | kNonactivatingPanel);
     table_.setLevel(view, kStatusWindowLevel);

@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace varnel {
 
@@ -21,6 +22,9 @@ struct PanelTable {
     std::function<void(View, bool)> setIgnoresMouseEvents;
     std::function<void(View, std::int64_t)> setAnimationBehavior;
     std::function<bool()> accessibilityDisplayShouldReduceMotion;
+    /// The middle of the screen with the window that has the keyboard, from the upper left corner of the
+    /// first.
+    std::function<std::pair<double, double>()> mainScreenCenter;
     /// What a key types without modifiers in the present layout; empty for none.
     std::function<std::string(KeyCode)> translateKey;
 };
@@ -31,6 +35,7 @@ public:
     explicit PanelSurroundings(PanelTable table);
     [[nodiscard]] std::optional<std::string> keyLabel(KeyCode code) const override;
     [[nodiscard]] bool prefersLessMotion() const override;
+    [[nodiscard]] std::optional<DesktopPlace> focusedPlace() override;
     [[nodiscard]] bool namesKeysBySymbols() const override { return true; }
     /// Makes it a panel that activates nothing, on every Space, beside full-screen applications.
     void adoptWindow(std::uintptr_t view) override;

@@ -78,9 +78,9 @@ int SuggestionOverlayWidget::show(const SuggestionOverlayState& state, const Ove
     adoptBlending();
     if (!isVisible()) {
         pointer_ = QCursor::pos();
-        screen_ = QGuiApplication::screenAt(pointer_);
+        screen_ = chosenScreen(appearance.position);
     }
-    if (!screen_ || !QGuiApplication::screens().contains(screen_))
+    if (!QGuiApplication::screens().contains(screen_))
         screen_ = QGuiApplication::primaryScreen();
     const bool hadTimeLimit = picture_ && picture_->state().hasTimeLimit;
     if (state.hasTimeLimit && !hadTimeLimit)
@@ -95,6 +95,21 @@ int SuggestionOverlayWidget::show(const SuggestionOverlayState& state, const Ove
     }
     tellAssistants(*this);
     return picture_->pages();
+}
+
+/// Where the user looks: at the window that is typed into, or at the pointer where the hints are to be there.
+QScreen* SuggestionOverlayWidget::chosenScreen(OverlayPosition position) {
+    const auto focused = position == OverlayPosition::pointer ? std::nullopt : surroundings_.focusedPlace();
+    if (!focused)
+        return QGuiApplication::screenAt(pointer_);
+    for (QScreen* screen : QGuiApplication::screens()) {
+        // Qt counts a dense screen's pixels in larger units, from where the screen really begins.
+        const QRect area = screen->geometry();
+        const double unit = focused->isInPixels ? screen->devicePixelRatio() : 1;
+        if (QRectF(area.topLeft(), QSizeF(area.size()) * unit).contains(focused->x, focused->y))
+            return screen;
+    }
+    return QGuiApplication::screenAt(pointer_);
 }
 
 /// A window with translucent parts is the slower one, and costs memory in the server, where nobody blends

@@ -43,6 +43,7 @@ private:
     void adoptBlending();
     void appear();
     void layOut(const SuggestionOverlayState& state, const OverlayAppearance& appearance);
+    [[nodiscard]] QScreen* chosenScreen(OverlayPosition position);
     void place();
     void shape();
     [[nodiscard]] bool isBlended() const { return testAttribute(Qt::WA_TranslucentBackground); }

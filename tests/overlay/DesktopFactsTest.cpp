@@ -127,9 +127,11 @@ TEST(PanelSurroundings, MakeAWindowThatTakesNothingFromTheUser) {
                                     .setIgnoresMouseEvents = note("ignores"),
                                     .setAnimationBehavior = note("animation"),
                                     .accessibilityDisplayShouldReduceMotion = [] { return true; },
+                                    .mainScreenCenter = [] { return std::pair(1700.5, -300.0); },
                                     .translateKey = [&typed](KeyCode) { return typed; }});
     surroundings.adoptWindow(7);
     EXPECT_EQ(calls, "style 7 144\nlevel 7 25\nbehavior 7 337\nhides 7 0\nignores 7 1\nanimation 7 2\n");
+    EXPECT_EQ(surroundings.focusedPlace(), (DesktopPlace{1700, -300, false}));
     const std::pair<const char*, std::optional<std::string>> cases[] = {
         {"ö", "ö"}, {"", std::nullopt}, {"\r", std::nullopt}, {" ", std::nullopt}, {"\uF700", std::nullopt}};
     for (const auto& [text, label] : cases) {

@@ -17,7 +17,9 @@ namespace {
 class Surroundings : public OverlaySurroundings {
 public:
     [[nodiscard]] bool blendsWindows() const override { return blends; }
+    [[nodiscard]] std::optional<DesktopPlace> focusedPlace() override { return focused; }
     bool blends = true;
+    std::optional<DesktopPlace> focused;
 };
 
 OverlayAppearance light(OverlayPosition position = OverlayPosition::center, int textSize = 11) {
@@ -50,6 +52,28 @@ TEST_F(SuggestionOverlayWidgetTest, AppearsOnThePointersScreenAtItsScaleAndStays
         QCursor::setPos(screens[0]->geometry().center());
         widget.show(test::scene("rows3"), light());
         EXPECT_EQ(widget.screen(), screen) << "the next step does not jump to another screen";
+        widget.hide();
+    }
+}
+
+TEST_F(SuggestionOverlayWidgetTest, AppearsWhereTheUserTypesUnlessWantedNearThePointer) {
+    QScreen* const first = QGuiApplication::screens()[0];
+    QScreen* const second = QGuiApplication::screens()[1];
+    QCursor::setPos(first->geometry().center());
+    const struct {
+        DesktopPlace focused;
+        OverlayPosition position;
+        QScreen* screen;
+    } cases[] = {
+        {{1300, 20, false}, OverlayPosition::center, second},
+        {{3000, 20, true}, OverlayPosition::bottom, second}, // 900 units wide, 1800 pixels
+        {{3000, 20, false}, OverlayPosition::top, first},    // on no screen: at the pointer's
+        {{1300, 20, false}, OverlayPosition::pointer, first},
+    };
+    for (const auto& c : cases) {
+        surroundings.focused = c.focused;
+        widget.show(test::scene("rows3"), light(c.position));
+        EXPECT_EQ(widget.screen(), c.screen) << c.focused.x;
         widget.hide();
     }
 }

@@ -29,6 +29,15 @@ PanelTable systemPanel() {
                         NSWorkspace.sharedWorkspace.accessibilityDisplayShouldReduceMotion);
                 }
             },
+        .mainScreenCenter =
+            [] {
+                @autoreleasepool {
+                    // The platform counts from the lower left corner of the first screen.
+                    const NSRect main = NSScreen.mainScreen.frame;
+                    const double height = NSMaxY(NSScreen.screens.firstObject.frame);
+                    return std::pair<double, double>(NSMidX(main), height - NSMidY(main));
+                }
+            },
         .translateKey = translateKey};
 }
 

@@ -69,6 +69,7 @@ XcbOverlaySurroundings::XcbOverlaySurroundings(EventLoop& loop, Connection conne
     for (int i = 0; i < screen && screens.rem > 1; ++i)
         xcb_screen_next(&screens);
     root_ = screens.data->root;
+    activeWindow_ = atom("_NET_ACTIVE_WINDOW");
     compositor_ = atom("_NET_WM_CM_S" + std::to_string(screen));
     settingsManager_ = atom("_XSETTINGS_S" + std::to_string(screen));
     settingsProperty_ = atom("_XSETTINGS_SETTINGS");
@@ -99,6 +100,34 @@ std::optional<std::string> XcbOverlaySurroundings::keyLabel(KeyCode code) const 
     if (layouts == 0 || xkb_keymap_key_get_syms_by_level(keymap_, *key, group_ % layouts, 0, &symbols) != 1)
         return std::nullopt;
     return visibleCharacter(symbols[0]);
+}
+
+std::optional<DesktopPlace> XcbOverlaySurroundings::focusedPlace() {
+    const xcb_window_t window = focusedWindow();
+    if (window == XCB_NONE || window == root_)
+        return std::nullopt;
+    const auto sizeCookie = xcb_get_geometry(connection_.get(), window);
+    const auto placeCookie = xcb_translate_coordinates(connection_.get(), window, root_, 0, 0);
+    const auto size = owned(xcb_get_geometry_reply(connection_.get(), sizeCookie, nullptr));
+    const auto place = owned(xcb_translate_coordinates_reply(connection_.get(), placeCookie, nullptr));
+    handleEvents();      // those that came with the replies
+    if (!size || !place) // gone meanwhile
+        return std::nullopt;
+    return DesktopPlace{place->dst_x + size->width / 2, place->dst_y + size->height / 2, true};
+}
+
+/// The window manager's word goes first: what has the focus may be a tiny window somewhere within.
+xcb_window_t XcbOverlaySurroundings::focusedWindow() const {
+    const auto activeCookie =
+        xcb_get_property(connection_.get(), 0, root_, activeWindow_, XCB_ATOM_WINDOW, 0, 1);
+    const auto focusCookie = xcb_get_input_focus(connection_.get());
+    const auto active = owned(xcb_get_property_reply(connection_.get(), activeCookie, nullptr));
+    const auto focus = owned(xcb_get_input_focus_reply(connection_.get(), focusCookie, nullptr));
+    if (active && xcb_get_property_value_length(active.get()) == sizeof(xcb_window_t))
+        if (const auto window = *static_cast<xcb_window_t*>(xcb_get_property_value(active.get())))
+            return window;
+    const bool isWindow = focus && focus->focus != XCB_INPUT_FOCUS_POINTER_ROOT;
+    return isWindow ? focus->focus : static_cast<xcb_window_t>(XCB_NONE);
 }
 
 xcb_atom_t XcbOverlaySurroundings::atom(const std::string& name) const {

@@ -13,8 +13,8 @@ struct xkb_keymap;
 namespace varnel {
 
 /// The desktop of an X server, over a connection of its own: the user's keyboard layout, whether somebody
-/// blends windows, and the settings that the desktop publishes. Reads them when they change, so that nothing
-/// is asked while a key waits.
+/// blends windows, and the settings that the desktop publishes. Reads them when they change, so that hardly
+/// anything is asked while a key waits.
 class XcbOverlaySurroundings final : public OverlaySurroundings {
 public:
     /// Null when there is no server at `display` (empty: as the environment says).
@@ -25,6 +25,7 @@ public:
     [[nodiscard]] bool blendsWindows() const override { return blendsWindows_; }
     [[nodiscard]] bool prefersLessMotion() const override { return disablesAnimations(settings_); }
     [[nodiscard]] std::optional<bool> prefersDark() const override;
+    [[nodiscard]] std::optional<DesktopPlace> focusedPlace() override;
 
 private:
     struct Disconnect {
@@ -35,6 +36,7 @@ private:
     XcbOverlaySurroundings(EventLoop& loop, Connection connection, int screen);
     [[nodiscard]] xcb_atom_t atom(const std::string& name) const;
     [[nodiscard]] xcb_window_t owner(xcb_atom_t selection) const;
+    [[nodiscard]] xcb_window_t focusedWindow() const;
     void watchSelections();
     void watchKeyboard();
     void handleEvents();
@@ -45,6 +47,7 @@ private:
 
     Connection connection_;
     xcb_window_t root_ = XCB_NONE;
+    xcb_atom_t activeWindow_ = XCB_NONE;     ///< the property that a window manager sets
     xcb_atom_t compositor_ = XCB_NONE;       ///< the selection that a compositor owns
     xcb_atom_t settingsManager_ = XCB_NONE;  ///< the selection that the settings manager owns
     xcb_atom_t settingsProperty_ = XCB_NONE; ///< what it publishes, on its window
