@@ -2,11 +2,11 @@
 
 #include "base/UniqueFd.h"
 #include "plugins/ProcessSystem.h"
+#include "tests/plugins/OpenDescriptors.h"
 #include "tests/plugins/TestPackages.h"
 
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -17,6 +17,7 @@
 namespace varnel {
 namespace {
 
+using testing::openDescriptors;
 using testing::TemporaryFolder;
 using Kind = PluginProcessError::Kind;
 using Result = std::expected<PluginProcessResult, PluginProcessError>;
@@ -38,15 +39,6 @@ Timed run(const std::string& word, const std::string& input = "", Duration timeo
 
 std::string describe(const Result& result) {
     return result ? "exit " + std::to_string(result->exitStatus) : varnel::describe(result.error());
-}
-
-int openDescriptors() {
-    int count = 0;
-    DIR* folder = ::opendir("/proc/self/fd");
-    while (::readdir(folder))
-        ++count;
-    ::closedir(folder);
-    return count;
 }
 
 bool haveChildren() {

@@ -1,9 +1,9 @@
 // Takes the place of the system's preparation calls, so that each can be made to fail in turn.
 #include "plugins/PluginProcessRunner.h"
+#include "tests/plugins/OpenDescriptors.h"
 
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 #include <dlfcn.h>
 #include <spawn.h>
 
@@ -27,9 +27,9 @@ int failOrCall(const char* name, Function, Arguments... arguments) {
     return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name))(arguments...);
 }
 
-/// Signals sent to whole groups; with `groupsAreZombies` each answer but the first is that of a system where
-/// nobody but a dead leader is left.
-std::vector<int> groupSignals;
+/// Signals that this thread sent to whole groups; with `groupsAreZombies` each answer but the first is that
+/// of a system where nobody but a dead leader is left.
+thread_local std::vector<int> groupSignals;
 bool groupsAreZombies = false;
 
 } // namespace
@@ -59,14 +59,7 @@ FAILABLE(pipe2, (int* ends, int flags), ends, flags)
 namespace varnel {
 namespace {
 
-int openDescriptors() {
-    int count = 0;
-    DIR* folder = ::opendir("/proc/self/fd");
-    while (::readdir(folder))
-        ++count;
-    ::closedir(folder);
-    return count;
-}
+using testing::openDescriptors;
 
 TEST(PluginProcessRunner, NamesTheStepOfAPreparationThatFails) {
     const struct {

@@ -89,7 +89,7 @@ LaunchReply loadDirectly(const ProgramStart& start) {
     sigset_t all, before;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_BLOCK, &all, &before);
-    const int process = ::clone(standBetween, betweenStack.data() + betweenStack.size(),
+    const int process = ::__clone(standBetween, betweenStack.data() + betweenStack.size(),
                                 CLONE_VM | CLONE_VFORK | CLONE_FILES | CLONE_FS, &between);
     if (process < 0)
         between.loading.failure = errno;

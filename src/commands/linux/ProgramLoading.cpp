@@ -68,7 +68,7 @@ VARNEL_PLAIN int becomeProgram(void* argument) {
 } // namespace
 
 VARNEL_PLAIN void loadProgram(ProgramLoading& loading, char* stackEnd) {
-    if (::clone(becomeProgram, stackEnd, CLONE_VM | CLONE_VFORK | SIGCHLD, &loading) < 0)
+    if (::__clone(becomeProgram, stackEnd, CLONE_VM | CLONE_VFORK | SIGCHLD, &loading) < 0)
         loading.failure = errno;
 }
 

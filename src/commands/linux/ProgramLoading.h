@@ -2,6 +2,10 @@
 
 #include <cstdint>
 
+/// The C library's `clone` by its other name: the thread sanitizer puts a function of its own before that one,
+/// which takes the new process for a fork and no longer sees what this thread shares with others.
+extern "C" int __clone(int (*)(void*), void*, int, void*, ...); // NOLINT(bugprone-reserved-identifier)
+
 namespace varnel {
 
 inline constexpr int kLastSignal = 64;
