@@ -96,10 +96,10 @@ class OverlayLiveTest(unittest.TestCase):
         found = re.search(r"\((\d+),(\d+),(\d+)", text)
         return tuple(int(v) for v in found.groups()) if found else None
 
-    def ground_of(self, stage):
+    def ground_of(self, stage, depth=6):
         """A place of the window where nothing is written: below its upper edge, in the middle."""
         x, y, width, _ = (int(v) for v in stage.tell("geometry").split())
-        return x + width // 2, y + 6
+        return x + width // 2, y + depth
 
     def test_typing_reaches_the_window_below(self):
         target = pathlib.Path(self.folder.name, "typed")
@@ -190,6 +190,29 @@ class OverlayLiveTest(unittest.TestCase):
                             f"key {code} is not labelled {label}")
         self.start("picom", "--backend", "xrender", "--config", "/dev/null")
         self.assertTrue(eventually(lambda: "blended" in stage.tell("label 0")), "the compositor is not noticed")
+
+    def test_outlives_every_compositor(self):
+        """Corners are never black, whether somebody blends windows or not, and the shadow comes and goes."""
+        self.output("xsetroot", "-solid", "#406080")
+        stage = self.stage()
+        sizes = []
+        for composited in (False, True, False, True):
+            compositor = self.start("picom", "--backend", "xrender", "--config", "/dev/null") if composited else None
+            self.assertTrue(eventually(lambda wanted=composited: ("blended" in stage.tell("label 0")) == wanted))
+            for _ in range(2):  # what is on show may change, and what was hidden may come again
+                stage.tell("show rows24")
+                self.assertTrue(eventually(lambda: self.pixel(*self.ground_of(stage, 24)) == DARK_GROUND))
+            x, y, width, height = (int(v) for v in stage.tell("geometry").split())
+            self.assertTrue(eventually(lambda: self.pixel(x, y) == self.pixel(x - 30, y)), "a corner is not clear")
+            sizes.append(width)
+            if compositor:
+                compositor.terminate()
+                compositor.wait()
+            else:
+                stage.tell("hide")
+        self.assertEqual(sizes[::2], sizes[:1] * 2)
+        self.assertEqual(sizes[1::2], sizes[1:2] * 2)
+        self.assertGreater(sizes[1], sizes[0], "no room for a shadow")
 
     def test_is_read_to_those_who_cannot_see_it(self):
         """What assistive technology is told equals the model, row by row."""
