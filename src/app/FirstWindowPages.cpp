@@ -105,7 +105,7 @@ void WayOutPage::setState(const ShellState& state) {
     else if (state.health.problems.empty() || state.health.problems.front().kind != Problem::Kind::capture)
         detail =
             localized("No permission is needed here. Only the first keys of your sequences are asked for; "
-                      "what you type otherwise never passes through Varnel!.");
+                      "what you type otherwise goes straight to your applications.");
     else
         detail =
             localized("Menus, screen lockers and virtual machines take the keyboard for themselves. Varnel! "

@@ -26,6 +26,7 @@ constexpr int kMarkTime = 1200; // milliseconds
 constexpr int kMarkInset = 3;
 constexpr int kMarkRadius = 6;
 constexpr int kEntryIndent = 3; // of spaces
+constexpr int kRowInset = 5;
 
 /// A frame around a setting that was searched for; vanishes by itself.
 class FoundMark final : public QWidget {
@@ -71,6 +72,11 @@ PagedWindow::PagedWindow(const QString& title, std::vector<SettingsPage> pages)
     search_->installEventFilter(this);
     list_->setFrameShape(QFrame::NoFrame);
     list_->setSpacing(1);
+    QPixmap nothing(kRowInset, 1); // stands where an icon would, so that texts keep off the edge
+    nothing.fill(Qt::transparent);
+    inset_ = QIcon(nothing);
+    list_->setIconSize(nothing.size());
+    search_->setTextMargins(kRowInset, 0, 0, 0);
     list_->setAccessibleName(qtText(localized("Pages")));
     list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     nothing_->hide();
@@ -109,6 +115,7 @@ void PagedWindow::addRow(const Row& row) {
     auto* item = new QListWidgetItem(row.entry ? QString(kEntryIndent, QLatin1Char(' ')) + row.entry->title
                                                : pages_[row.page].title,
                                      list_);
+    item->setIcon(inset_);
     item->setSizeHint(QSize(0, fontMetrics().height() + 12));
     item->setToolTip(row.entry ? row.entry->title : QString());
     item->setHidden(row.entry != nullptr);

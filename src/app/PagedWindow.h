@@ -2,6 +2,7 @@
 
 #include "app/SettingsPage.h"
 
+#include <QIcon>
 #include <QWidget>
 
 #include <vector>
@@ -47,6 +48,7 @@ private:
     std::vector<Row> rows_;
     QLineEdit* search_;
     QListWidget* list_;
+    QIcon inset_; ///< at the beginning of each row
     QLabel* nothing_;
     QStackedWidget* stack_;
     std::vector<int> stackIndex_; ///< by page; -1 until it is made

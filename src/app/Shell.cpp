@@ -100,6 +100,8 @@ void Shell::startQuietly() {
     else
         tray_->appear();
     QApplication::setWindowIcon(stateIcon(HealthState::listening));
+    if (application_.options().isSafe)
+        return; // nothing is written that nobody asks for
     subscriptions_.push_back(loop_.after(kQuietMoment, [this] {
         if (auto restored = restoreLaunchAtLogin(*system_.login, application_.preferences()); !restored)
             application_.log().write(LogLevel::error, "Login", restored.error());

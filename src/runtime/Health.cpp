@@ -11,6 +11,8 @@ namespace varnel {
 namespace {
 
 std::string listeningSentence(const HealthFacts& facts) {
+    if (facts.isSafe)
+        return localized("Safe start: listening for the built-in shortcuts only.");
     if (facts.actionCount == 0)
         return localized("Listening, but the configuration has no shortcuts yet.");
     if (facts.actionCount == 1)

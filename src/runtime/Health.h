@@ -33,6 +33,7 @@ struct Problem {
 /// What the sentence is made of.
 struct HealthFacts {
     bool isCapturing = false;
+    bool isSafe = false;      ///< the built-in configuration is in force, whatever the user has
     std::string captureError; ///< why not, as a sentence
     std::set<std::string> suspensionReasons;
     std::optional<Duration> pauseLeft; ///< of a pause that ends by itself

@@ -124,6 +124,7 @@ void HealthMonitor::assessSoon() {
 void HealthMonitor::update() {
     HotkeyManager& hotkeys = application_.hotkeys();
     HealthFacts facts{.isCapturing = hotkeys.isGlobalOn(),
+                      .isSafe = application_.options().isSafe,
                       .captureError = application_.captureError(),
                       .suspensionReasons = hotkeys.suspensionReasons(),
                       .pauseLeft = pause_.left(),

@@ -132,6 +132,20 @@ class FirstStartTest(ShellTest):
         self.assertNotIn("Welcome to Varnel!", self.desktop.windows())
 
 
+    def test_a_safe_start_shows_and_writes_nothing_of_its_own(self):
+        self.preferences({"launchAtLoginDesired": True})
+
+        def files():
+            return {str(path): path.read_bytes() for folder in (".config/varnel", ".config/autostart", "state")
+                    for path in (self.desktop.home.path / folder).rglob("*") if path.is_file()}
+        before = files()
+        app = self.desktop.app("--safe")
+        self.assertIn("global:on", app.line)
+        time.sleep(1.5)
+        self.assertEqual(files(), before)
+        self.assertNotIn("Welcome to Varnel!", self.desktop.windows())
+
+
 class NoPanelTest(ShellTest):
     panel = False
 

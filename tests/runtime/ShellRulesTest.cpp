@@ -25,6 +25,7 @@ TEST(Health, HasOneSentenceForEachState) {
     const Problem trouble{Problem::Kind::capture, "another program holds ctrl+j", {}};
     const Problem broken{Problem::Kind::configuration, "items: expected an array", "/c.json:3:1"};
     HealthFacts listening{.isCapturing = true,
+                          .isSafe = false,
                           .captureError = {},
                           .suspensionReasons = {},
                           .pauseLeft = std::nullopt,
@@ -42,6 +43,8 @@ TEST(Health, HasOneSentenceForEachState) {
         std::string sentence;
     } rows[] = {
         {listening, State::listening, "Listening for 4 shortcuts."},
+        {with([](auto& f) { f.isSafe = true; }), State::listening,
+         "Safe start: listening for the built-in shortcuts only."},
         {with([](auto& f) { f.actionCount = 0; }), State::listening,
          "Listening, but the configuration has no shortcuts yet."},
         {with([&](auto& f) {
