@@ -129,8 +129,10 @@ int main(int argc, char** argv) {
     measurement.watch(
         QPoint(room.width() / 2, (room.height() + picture.size().height()) / 2 - style.padding / 3));
     for (int i = std::atoi(argv[3]); i > 0; --i) {
-        for (SuggestionRow& row : state.rows)
-            row.name.back() = static_cast<char>('a' + i % 26); // no two appearances are alike
+        for (SuggestionRow& row : state.rows) { // no two appearances are alike
+            row.name[row.name.size() - 2] = static_cast<char>('a' + i / 26 % 26);
+            row.name.back() = static_cast<char>('a' + i % 26);
+        }
         std::printf("%.3f\n", measurement.appearance(state, look));
         turnLoop(20);
         widget.hide();

@@ -25,6 +25,8 @@ constexpr Qt::WindowFlags kFlags = Qt::Tool | Qt::FramelessWindowHint | Qt::Wind
 constexpr double kFreeShare = 0.08;
 constexpr const char* kCommonCharacters = "abcdefghijklmnopqrst\nuvwxyzABCDEFGHIJKLM\nNOPQRSTUVWXYZ\n"
                                           "0123456789 .,:;-+/\n()…·!?'\"←→↑↓#%&=";
+/// The rehearsal's. Windows that need half as much memory or more find it already there.
+constexpr QSize kRehearsedSize(1280, 800);
 constexpr std::string_view kCommonKeys = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 
 OverlaySize overlaySize(QSize size) {
@@ -68,6 +70,8 @@ void SuggestionOverlayWidget::prepare(const OverlayAppearance& appearance) {
     for (const char key : kCommonKeys)
         style_->caps.paint(painter, 0, style_->em, {std::string(1, key)}, KeyCapPainter::Look::plain,
                            overlayColors(isDark()));
+    if (QGuiApplication::platformName() == QLatin1String("xcb"))
+        rehearse();
     picture_.reset();
     // Asking connects to the desktop's accessibility service, which the first appearance would do otherwise.
     QAccessible::isActive();
@@ -95,6 +99,16 @@ int SuggestionOverlayWidget::show(const SuggestionOverlayState& state, const Ove
     }
     tellAssistants(*this);
     return picture_->pages();
+}
+
+/// Appears once where nobody sees it: what the toolkit and the server do for the first time takes three times
+/// as long as all else.
+void SuggestionOverlayWidget::rehearse() {
+    const QSize size =
+        QGuiApplication::primaryScreen()->size().boundedTo(kRehearsedSize / devicePixelRatioF());
+    setGeometry(QRect(QPoint(-4 * size.width(), -4 * size.height()), size));
+    appear();
+    QWidget::hide();
 }
 
 /// Where the user looks: at the window that is typed into, or at the pointer where the hints are to be there.

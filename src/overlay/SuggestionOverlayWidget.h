@@ -41,6 +41,7 @@ protected:
 
 private:
     void adoptBlending();
+    void rehearse();
     void appear();
     void layOut(const SuggestionOverlayState& state, const OverlayAppearance& appearance);
     [[nodiscard]] QScreen* chosenScreen(OverlayPosition position);
