@@ -107,7 +107,8 @@ std::vector<std::string> iconDataFolders() {
         return value && *value ? std::string(value) : std::move(fallback);
     };
     std::vector<std::string> folders{variable("XDG_DATA_HOME", variable("HOME", "") + "/.local/share")};
-    for (const std::string_view folder : split(variable("XDG_DATA_DIRS", "/usr/local/share:/usr/share"), ':'))
+    const std::string shared = variable("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+    for (const std::string_view folder : split(shared, ':'))
         if (folder.starts_with('/'))
             folders.emplace_back(folder);
     return folders;
