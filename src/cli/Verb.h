@@ -19,6 +19,12 @@ inline constexpr int no = 1;     ///< the answer is "no", or there are warnings
 inline constexpr int failed = 2; ///< the call or the input is wrong, or something cannot be read
 } // namespace ExitStatus
 
+/// Complains, and gives the status of what failed.
+inline int fail(Console& console, std::string_view message) {
+    console.complain(message);
+    return ExitStatus::failed;
+}
+
 /// An option that a verb takes. Texts are literals.
 struct VerbOption {
     std::string_view name;  ///< with its dashes: "--config"

@@ -14,32 +14,24 @@ constexpr std::pair<std::string_view, KeyboardShape> kShapes[] = {
 
 int run(const VerbCall& call, Console& console) {
     const bool html = call.has("--html"), svg = call.has("--svg");
-    if (static_cast<int>(call.has("--md")) + static_cast<int>(html) + static_cast<int>(svg) > 1) {
-        console.complain(localized("--md, --html and --svg exclude each other"));
-        return ExitStatus::failed;
-    }
+    if (static_cast<int>(call.has("--md")) + static_cast<int>(html) + static_cast<int>(svg) > 1)
+        return fail(console, localized("--md, --html and --svg exclude each other"));
     std::optional<KeyboardShape> shape;
     const std::string named = call.value("--keyboard").value_or("ansi");
     for (const auto& [name, value] : kShapes)
         if (name == named)
             shape = value;
-    if (!shape) {
-        console.complain(localized("--keyboard: expected ansi, iso or mac, found '%1'", {named}));
-        return ExitStatus::failed;
-    }
+    if (!shape)
+        return fail(console, localized("--keyboard: expected ansi, iso or mac, found '%1'", {named}));
     std::optional<std::string> argument;
     if (!call.arguments.empty())
         argument = call.arguments[0];
     const auto file = readConfig(call, argument);
-    if (!file) {
-        console.complain(file.error());
-        return ExitStatus::failed;
-    }
+    if (!file)
+        return fail(console, file.error());
     const auto document = decodeDocument(file->text);
-    if (!document) {
-        console.complain(file->path + ": " + describe(document.error()));
-        return ExitStatus::failed;
-    }
+    if (!document)
+        return fail(console, file->path + ": " + describe(document.error()));
     const BindingOutline outline = outlineBindings(document->items);
     console.out.write(svg    ? keyboardPicture(outline, *shape, true)
                       : html ? CheatSheet::html(outline, *shape)

@@ -32,11 +32,6 @@ constexpr VerbOption kOptions[] = {kConfigOption,         kJSONOption,       kSa
                                    kNotesOption,          kExpectOption,     kRulesOption, kExplainOption,
                                    kBundledPluginsOption, kUserPluginsOption};
 
-int fail(Console& console, const std::string& message) {
-    console.complain(message);
-    return ExitStatus::failed;
-}
-
 /// The capabilities as the application would find them.
 PluginRegistry scan(const VerbCall& call) {
     const RuntimePaths paths = RuntimePaths::fromEnvironment();

@@ -12,16 +12,13 @@ int run(const VerbCall& call, Console& console) {
     std::optional<Uuid> excluded;
     if (const auto text = call.value(kExcept.name)) {
         excluded = Uuid::parse(*text);
-        if (!excluded) {
-            console.complain(localized("--except needs an identifier of 36 characters, not '%1'", {*text}));
-            return ExitStatus::failed;
-        }
+        if (!excluded)
+            return fail(console,
+                        localized("--except needs an identifier of 36 characters, not '%1'", {*text}));
     }
     const auto document = loadConfig(call);
-    if (!document) {
-        console.complain(document.error());
-        return ExitStatus::failed;
-    }
+    if (!document)
+        return fail(console, document.error());
     const auto conflict = findTriggerConflict(call.arguments, excluded, document->items);
     if (!conflict)
         return ExitStatus::fine;

@@ -6,11 +6,6 @@ namespace varnel {
 
 namespace {
 
-int fail(Console& console, const std::string& message) {
-    console.complain(message);
-    return ExitStatus::failed;
-}
-
 int run(const VerbCall& call, Console& console) {
     bool write = call.has("--write"), check = call.has("--check");
     std::optional<std::string> argument;

@@ -36,25 +36,17 @@ void tell(const ImportReport& report, const std::string& path, Console& console)
 int run(const VerbCall& call, Console& console) {
     const std::string& format = call.arguments[0];
     const std::string& path = call.arguments[1];
-    if (format != kSXHKD && format != kKarabiner) {
-        console.complain(localized("import: expected sxhkd or karabiner, found '%1'", {format}));
-        return ExitStatus::failed;
-    }
+    if (format != kSXHKD && format != kKarabiner)
+        return fail(console, localized("import: expected sxhkd or karabiner, found '%1'", {format}));
     const ReadTextResult read = readText(path);
-    if (!read.error.empty()) {
-        console.complain(read.error);
-        return ExitStatus::failed;
-    }
+    if (!read.error.empty())
+        return fail(console, read.error);
     const auto report = import(format, path, read.text);
-    if (!report) {
-        console.complain(report.error());
-        return ExitStatus::failed;
-    }
+    if (!report)
+        return fail(console, report.error());
     const auto encoded = encodeDocument(report->items, {});
-    if (!encoded) {
-        console.complain(path + ": " + describe(encoded.error()));
-        return ExitStatus::failed;
-    }
+    if (!encoded)
+        return fail(console, path + ": " + describe(encoded.error()));
     console.out.line(*encoded);
     tell(*report, path, console);
     return report->omitted.empty() ? ExitStatus::fine : ExitStatus::no;

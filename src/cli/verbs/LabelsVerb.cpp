@@ -16,10 +16,8 @@ int run(const VerbCall& call, Console& console) {
     const std::string& text = call.arguments[0];
     long long count = 0;
     auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
-    if (error != std::errc() || end != text.data() + text.size() || count > kMaximumLabels) {
-        console.complain(localized("N is a whole number up to %1", {std::to_string(kMaximumLabels)}));
-        return ExitStatus::failed;
-    }
+    if (error != std::errc() || end != text.data() + text.size() || count > kMaximumLabels)
+        return fail(console, localized("N is a whole number up to %1", {std::to_string(kMaximumLabels)}));
     const std::vector<std::string> labels = ChoiceLabels::labels(count, call.has("--full"));
     if (call.has(kJSONOption.name)) {
         console.out.line(writeCompactJSON(JSONValue::Array(labels.begin(), labels.end())));

@@ -10,10 +10,8 @@ namespace {
 
 int run(const VerbCall& call, Console& console) {
     auto document = loadConfig(call);
-    if (!document) {
-        console.complain(document.error());
-        return ExitStatus::failed;
-    }
+    if (!document)
+        return fail(console, document.error());
     auto items = std::make_shared<const std::vector<ConfigItem>>(std::move(document->items));
     HotkeyLookupIndex index = HotkeyLookupIndex::build(items);
     std::vector<std::string> sequence = KeyTokenCodec::liveSpelling(call.arguments);

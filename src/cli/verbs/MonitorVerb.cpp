@@ -28,10 +28,8 @@ int run(const VerbCall& call, Console& console) {
     const auto ended =
         followControl(RuntimePaths::fromEnvironment(),
                       {{"verb", "monitor"}, {"isForPeople", !call.has(kJSONOption.name)}}, show);
-    if (!refusal.empty() || !ended) {
-        console.complain(refusal.empty() ? ended.error().message : refusal);
-        return ExitStatus::failed;
-    }
+    if (!refusal.empty() || !ended)
+        return fail(console, refusal.empty() ? ended.error().message : refusal);
     return ExitStatus::fine;
 }
 

@@ -172,10 +172,8 @@ int validate(const VerbCall& call, Console& console) {
     const std::string folder = isSingleFile ? parentPath(path) : path;
     auto text = readManifestText(isSingleFile ? path : appendPath(path, "plugin.json"));
     auto manifest = text ? decodePluginManifest(*text) : std::unexpected(JSONDecodingError());
-    if (!manifest) {
-        console.complain(text ? describe(manifest.error()) : text.error());
-        return ExitStatus::failed;
-    }
+    if (!manifest)
+        return fail(console, text ? describe(manifest.error()) : text.error());
     std::vector<std::string> messages =
         validatePluginManifest(*manifest, folder, pluginExecutablePath(folder, manifest->executable));
     if (!isSingleFile)
@@ -191,10 +189,8 @@ int validate(const VerbCall& call, Console& console) {
 
 int hash(const VerbCall& call, Console& console) {
     auto result = hashPluginPackage(absolutePath(call.arguments[1]));
-    if (!result) {
-        console.complain(describe(result.error()));
-        return ExitStatus::failed;
-    }
+    if (!result)
+        return fail(console, describe(result.error()));
     console.out.line(call.has(kJSONOption.name) ? "\"" + *result + "\"" : *result);
     return ExitStatus::fine;
 }
@@ -206,10 +202,8 @@ using Change = std::expected<void, PluginTrustError> (*)(PluginManager&, const P
 int change(const VerbCall& call, Console& console, Change apply) {
     Capabilities capabilities(call);
     auto descriptor = capabilities.find(call.arguments[1]);
-    if (!descriptor) {
-        console.complain(descriptor.error());
-        return ExitStatus::failed;
-    }
+    if (!descriptor)
+        return fail(console, descriptor.error());
     if (auto done = apply(capabilities.manager(), **descriptor, call); !done) {
         const bool asksFirst = done.error().kind == PluginTrustError::Kind::takesBuiltInID;
         console.complain(describe(done.error()) +
@@ -292,16 +286,12 @@ int printFailure(const std::string& message, Console& console) {
 
 int run(const VerbCall& call, Console& console) {
     auto params = objectOption(call, kParamsOption), settings = objectOption(call, kSettingsOption);
-    if (!params || !settings) {
-        console.complain(params ? settings.error() : params.error());
-        return ExitStatus::failed;
-    }
+    if (!params || !settings)
+        return fail(console, params ? settings.error() : params.error());
     Capabilities capabilities(call);
     auto descriptor = capabilities.find(call.arguments[1]);
-    if (!descriptor) {
-        console.complain(descriptor.error());
-        return ExitStatus::failed;
-    }
+    if (!descriptor)
+        return fail(console, descriptor.error());
     // The one that was named, not another with the same ID.
     if ((*descriptor)->status.kind != PluginStatus::Kind::active)
         return printFailure(inactiveReason(**descriptor), console);

@@ -13,11 +13,6 @@ constexpr VerbOption kFrom{"--from", "KEYS", "the group's trigger, its steps sep
 constexpr VerbOption kTo{"--to", "KEYS", "its new trigger"};
 constexpr VerbOption kDryRun{"--dry-run", "", "only print how many items would change"};
 
-int fail(Console& console, const std::string& message) {
-    console.complain(message);
-    return ExitStatus::failed;
-}
-
 std::vector<std::string> stepsOf(std::string_view trigger) {
     std::vector<std::string> steps;
     for (const std::string_view step : split(trigger, ' '))

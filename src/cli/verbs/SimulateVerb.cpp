@@ -11,11 +11,6 @@ std::expected<ConfigItems, std::string> shared(std::expected<ConfigFileDocument,
     return std::make_shared<const std::vector<ConfigItem>>(std::move(document->items));
 }
 
-int fail(Console& console, const std::string& message) {
-    console.complain(message);
-    return ExitStatus::failed;
-}
-
 int run(const VerbCall& call, Console& console) {
     std::string path = call.arguments.empty() ? "-" : call.arguments[0];
     ReadTextResult script = readText(path);

@@ -50,10 +50,8 @@ std::string textOf(const FlatNode& flat) {
 
 int run(const VerbCall& call, Console& console) {
     const auto document = loadConfig(call);
-    if (!document) {
-        console.complain(document.error());
-        return ExitStatus::failed;
-    }
+    if (!document)
+        return fail(console, document.error());
     PlainTextSearch search;
     std::vector<HierarchyNode> roots = ConfigHierarchyBuilder::build(document->items);
     if (const auto query = call.value(kFilter.name))

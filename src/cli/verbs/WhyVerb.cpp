@@ -10,10 +10,8 @@ namespace {
 int run(const VerbCall& call, Console& console) {
     const auto answer = sendControlRequest(RuntimePaths::fromEnvironment(),
                                            {{"verb", "why"}, {"isForPeople", !call.has(kJSONOption.name)}});
-    if (!answer) {
-        console.complain(answer.error().message);
-        return ExitStatus::failed;
-    }
+    if (!answer)
+        return fail(console, answer.error().message);
     if (call.has("--json")) {
         console.out.line(writeCompactJSON(*answer));
         return ExitStatus::fine;

@@ -67,10 +67,8 @@ int focus(WindowServices& services, const std::vector<RunningWindow>& windows, c
           Console& console) {
     const auto number = parseIdentifier(call.arguments[1]);
     const auto window = number ? std::ranges::find(windows, *number, &RunningWindow::id) : windows.end();
-    if (window == windows.end()) {
-        console.complain(localized("there is no window '%1'", {call.arguments[1]}));
-        return ExitStatus::failed;
-    }
+    if (window == windows.end())
+        return fail(console, localized("there is no window '%1'", {call.arguments[1]}));
     const auto done = services.activate(*window);
     if (call.has(kJSONOption.name)) {
         JSONLine line;
@@ -85,21 +83,15 @@ int focus(WindowServices& services, const std::vector<RunningWindow>& windows, c
 int run(const VerbCall& call, Console& console) {
     const bool isFocus = !call.arguments.empty() && call.arguments[0] == "focus";
     const bool isList = call.arguments.empty() || call.arguments[0] == "list";
-    if ((!isFocus && !isList) || call.arguments.size() != (isFocus ? 2u : call.arguments.empty() ? 0u : 1u)) {
-        console.complain(localized("windows takes 'list' or 'focus ID'"));
-        return ExitStatus::failed;
-    }
+    if ((!isFocus && !isList) || call.arguments.size() != (isFocus ? 2u : call.arguments.empty() ? 0u : 1u))
+        return fail(console, localized("windows takes 'list' or 'focus ID'"));
     StandardErrorLog log;
     const auto services = openWindowServices(log);
-    if (!services) {
-        console.complain(services.error().message);
-        return ExitStatus::failed;
-    }
+    if (!services)
+        return fail(console, services.error().message);
     const auto windows = (*services)->windows();
-    if (!windows) {
-        console.complain(windows.error().message);
-        return ExitStatus::failed;
-    }
+    if (!windows)
+        return fail(console, windows.error().message);
     return isFocus ? focus(**services, *windows, call, console)
                    : list(*windows, call.has(kJSONOption.name), console);
 }
