@@ -209,6 +209,19 @@ TEST_F(PluginRunTest, RunsUserPackagesFromAPrivateCopy) {
     EXPECT_FALSE(std::filesystem::exists(copies + "/" + hash));
 }
 
+TEST_F(PluginRunTest, ClearsAwayCopiesThatACrashLeftUnfinished) {
+    const std::string copies = folder / "private/copies";
+    for (const char* name : {".staging-old", ".staging-new"})
+        writeFile(copies + "/" + name + "/half", "x");
+    using namespace std::chrono_literals;
+    std::filesystem::last_write_time(copies + "/.staging-old",
+                                     std::filesystem::file_time_type::clock::now() - 2h);
+    trusted(childPackage(user, "p"));
+    EXPECT_TRUE(execute("p", "go"));
+    EXPECT_FALSE(std::filesystem::exists(copies + "/.staging-old"));
+    EXPECT_TRUE(std::filesystem::exists(copies + "/.staging-new")) << "another process may be at it";
+}
+
 TEST_F(PluginRunTest, WithdrawsTrustWhenARunFindsAnotherContent) {
     const std::string changedFile = trusted(childPackage(user, "changed"));
     const std::string untrustedElsewhere = trusted(childPackage(user, "elsewhere"));
