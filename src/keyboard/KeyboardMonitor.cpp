@@ -176,9 +176,14 @@ void KeyboardMonitor::endSuppression() {
 }
 
 void KeyboardMonitor::setInterest(const KeyInterest& interest) {
+    const bool watchesPanicKeysAgain = interest.panicChords && !core_->interest.panicChords;
     core_->interest = interest;
-    if (core_->eventTapSession)
-        core_->eventTapSession->setInterest(interest);
+    if (!core_->eventTapSession)
+        return;
+    // Nobody has told meanwhile whether they were let go.
+    if (watchesPanicKeysAgain)
+        core_->panicKeys.look(core_->eventTapSession->panicKeysHeldByHand().value_or(PanicKeySet{}));
+    core_->eventTapSession->setInterest(interest);
 }
 
 bool KeyboardMonitor::isKeyboardHeldElsewhere() const {

@@ -11,12 +11,13 @@ const std::shared_ptr<const std::vector<std::string>>& PanicKeys::chords() {
 }
 
 bool PanicKeys::press(KeyCode key, Press kind, PanicKeySet heldByHand) {
-    // What is pressed was up before.
-    if (kind == Press::first)
+    // What is pressed was up before, and may not be known to be down yet.
+    if (kind == Press::first) {
         areHeld_ = false;
-    heldByHand.leftControl |= key == kLeftControl;
-    heldByHand.space |= key == kSpace;
-    heldByHand.escape |= key == kEscape;
+        heldByHand.leftControl |= key == kLeftControl;
+        heldByHand.space |= key == kSpace;
+        heldByHand.escape |= key == kEscape;
+    }
     return !std::exchange(areHeld_, heldByHand.all()) && areHeld_;
 }
 

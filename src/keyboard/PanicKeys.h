@@ -34,10 +34,12 @@ public:
     static const std::shared_ptr<const std::vector<std::string>>& chords();
 
     enum class Press { first, repeat };
-    /// A hand has pressed `key`, or holds it so long that it repeats, while `heldByHand` (the key itself need
-    /// not be in it) were down. True once for each time that all three are down together; not every press of
-    /// one of them must be told.
+    /// A hand has pressed `key` while `heldByHand` (the key itself need not be in it) were down; or `key`,
+    /// which somebody holds, repeats. True once for each time that all three are down together; not every
+    /// press of one of them must be told.
     bool press(KeyCode key, Press kind, PanicKeySet heldByHand);
+    /// `heldByHand` are down as the presses begin to be told: that is no news.
+    void look(PanicKeySet heldByHand) { areHeld_ = heldByHand.all(); }
 
 private:
     bool areHeld_ = false; ///< told already

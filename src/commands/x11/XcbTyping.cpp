@@ -1,31 +1,26 @@
 #include "commands/x11/XcbTyping.h"
 
 #include "keyboard/notation/KeyPositions.h"
+#include "keyboard/notation/x11/XcbReply.h"
 
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
-#include <string_view>
 #include <thread>
 
 namespace varnel {
 
 namespace {
 
-struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-};
 template <typename T>
-using Reply = std::unique_ptr<T, Free>;
+using Reply = XcbOwned<T>;
 
 constexpr std::size_t kLockRow = XCB_MAP_INDEX_LOCK;
 constexpr std::size_t kFirstNumberedRow = XCB_MAP_INDEX_1;
 constexpr xcb_keysym_t kNumLock = 0xFF7F;
 constexpr xcb_keysym_t kScrollLock = 0xFF14;
-constexpr std::string_view kTestKeyboard = "XTEST keyboard";
 constexpr auto kPatience = std::chrono::milliseconds(100);
 constexpr auto kFollowingInterval = std::chrono::milliseconds(20);
 constexpr auto kLongestHold = std::chrono::seconds(10);
@@ -35,13 +30,6 @@ void forEach(const XcbTyping::KeySet& keys, Action action) {
     for (std::size_t key = 0; key < keys.size(); ++key)
         if (keys[key])
             action(static_cast<xcb_keycode_t>(key));
-}
-
-XcbTyping::KeySet keySet(const std::uint8_t* bits) {
-    XcbTyping::KeySet keys;
-    for (std::size_t key = 0; key < keys.size(); ++key)
-        keys[key] = ((bits[key / 8] >> (key % 8)) & 1) != 0;
-    return keys;
 }
 
 /// The modifier map's row in which a modifier of ours is looked for.
@@ -57,21 +45,6 @@ std::size_t rowOf(Modifier modifier) {
         break;
     }
     return XCB_MAP_INDEX_SHIFT;
-}
-
-/// The keys of a keyboard in the answer about a device; nothing for other devices.
-XcbTyping::KeySet keysOf(const xcb_input_query_device_state_reply_t* reply) {
-    XcbTyping::KeySet keys;
-    if (!reply)
-        return keys;
-    auto state = xcb_input_query_device_state_classes_iterator(reply);
-    for (; state.rem > 0; xcb_input_input_state_next(&state)) {
-        if (state.data->class_id != XCB_INPUT_INPUT_CLASS_KEY)
-            continue;
-        const auto* bytes = reinterpret_cast<const std::uint8_t*>(state.data);
-        keys |= keySet(reinterpret_cast<const xcb_input_key_state_t*>(bytes)->keys);
-    }
-    return keys;
 }
 
 } // namespace
@@ -166,38 +139,6 @@ XcbTyping::KeySet XcbTyping::heldModifiers(const KeySet& down) const {
     return held;
 }
 
-void XcbTyping::findKeyboards() {
-    keyboards_.clear();
-    const Reply<xcb_input_list_input_devices_reply_t> reply(
-        xcb_input_list_input_devices_reply(connection_, xcb_input_list_input_devices(connection_), nullptr));
-    if (!reply)
-        return;
-    const xcb_input_device_info_t* device = xcb_input_list_input_devices_devices(reply.get());
-    auto names = xcb_input_list_input_devices_names_iterator(reply.get());
-    for (; names.rem > 0; xcb_str_next(&names), ++device) {
-        if (device->device_use != XCB_INPUT_DEVICE_USE_IS_X_EXTENSION_KEYBOARD)
-            continue;
-        const std::string_view name(xcb_str_name(names.data),
-                                    static_cast<std::size_t>(xcb_str_name_length(names.data)));
-        keyboards_.push_back({.device = device->device_id, .isTouched = !name.ends_with(kTestKeyboard)});
-        // Only devices that were opened answer.
-        xcb_discard_reply(connection_, xcb_input_open_device(connection_, device->device_id).sequence);
-    }
-}
-
-std::optional<XcbTyping::DownKeys> XcbTyping::downKeys() const {
-    std::vector<xcb_input_query_device_state_cookie_t> questions;
-    for (const Keyboard& keyboard : keyboards_)
-        questions.push_back(xcb_input_query_device_state(connection_, keyboard.device));
-    DownKeys down;
-    for (std::size_t i = 0; i < questions.size(); ++i) {
-        const Reply<xcb_input_query_device_state_reply_t> reply(
-            xcb_input_query_device_state_reply(connection_, questions[i], nullptr));
-        (keyboards_[i].isTouched ? down.touched : down.posted) |= keysOf(reply.get());
-    }
-    return xcb_connection_has_error(connection_) ? std::nullopt : std::optional(down);
-}
-
 bool XcbTyping::begin() {
     stopFollowing();
     pressed_.reset();
@@ -210,17 +151,17 @@ bool XcbTyping::begin() {
 }
 
 bool XcbTyping::liftModifiers() {
-    findKeyboards();
+    keyboards_.find(connection_);
     if (!readModifiers())
         return false;
     xcb_grab_server(connection_);
     const auto question = xcb_query_keymap(connection_);
-    const std::optional<DownKeys> down = downKeys();
+    const std::optional<KeyboardDevices::DownKeys> down = keyboards_.downKeys(connection_);
     const Reply<xcb_query_keymap_reply_t> all(xcb_query_keymap_reply(connection_, question, nullptr));
     if (!down || !all)
         return false;
     // The keyboards of XTEST may believe in keys that a program forgot there long ago.
-    down_ = down->touched | (down->posted & keySet(all->keys) & ~restored_);
+    down_ = down->touched | (down->posted & keySetOfBits(all->keys) & ~restored_);
     releaseRestored(down->touched);
     restored_.reset();
     lifted_ = heldModifiers(down_);
@@ -274,7 +215,7 @@ bool XcbTyping::putDownAgain() {
     xcb_ungrab_server(connection_);
     // Who let go of a modifier meanwhile did so unnoticed, since it was up already: it is not to stay down.
     if (held_.any())
-        if (const std::optional<DownKeys> down = downKeys()) {
+        if (const std::optional<KeyboardDevices::DownKeys> down = keyboards_.downKeys(connection_)) {
             restored_ = held_ & down->touched;
             forEach(held_ & ~restored_, [this](xcb_keycode_t key) { fake(key, false); });
         }
@@ -305,7 +246,7 @@ void XcbTyping::followRestored() {
             xcb_query_keymap_reply(connection_, xcb_query_keymap(connection_), nullptr));
         if (!keymap)
             return;
-        releaseRestored(keySet(keymap->keys));
+        releaseRestored(keySetOfBits(keymap->keys));
         xcb_flush(connection_);
     }
 }

@@ -2,12 +2,12 @@
 
 #include "commands/HidPosting.h"
 #include "keyboard/notation/PostedKeyLedger.h"
+#include "keyboard/notation/x11/KeyboardDevices.h"
 
 #include <xcb/xcb.h>
 
 #include <array>
 #include <atomic>
-#include <bitset>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -23,7 +23,7 @@ namespace varnel {
 /// thread.
 class XcbTyping {
 public:
-    using KeySet = std::bitset<256>;
+    using KeySet = KeyboardDevices::KeySet;
 
     /// `ledger` may be null; it must outlive this.
     XcbTyping(std::string displayName, PostedKeyLedger* ledger);
@@ -61,14 +61,6 @@ private:
     bool liftModifiers();
     bool putDownAgain();
     [[nodiscard]] KeySet heldModifiers(const KeySet& down) const;
-    void findKeyboards();
-    struct DownKeys {
-        KeySet touched; ///< on keyboards that people touch
-        KeySet posted;  ///< on those of XTEST
-    };
-    /// What each keyboard says of itself; nothing when the connection broke. Unlike what the server says of
-    /// all together this is right also while events wait because a program has frozen the keyboard.
-    [[nodiscard]] std::optional<DownKeys> downKeys() const;
     void sync() const;
     void settle();
     void releaseRestored(const KeySet& down);
@@ -82,11 +74,7 @@ private:
     xcb_window_t root_ = 0;
     xcb_window_t hidden_ = 0; ///< never mapped
     std::array<std::vector<xcb_keycode_t>, 8> modifierKeys_;
-    struct Keyboard {
-        std::uint8_t device = 0;
-        bool isTouched = false;
-    };
-    std::vector<Keyboard> keyboards_;
+    KeyboardDevices keyboards_;
     KeySet down_;    ///< before the shortcut, less what was let go for it
     KeySet pressed_; ///< by the shortcut that is being typed
     KeySet lifted_;  ///< modifiers to be put down again

@@ -64,7 +64,8 @@ bool CaptureProtocol::swallowsPress(const GrabbedKey& event) {
         // It fares as the press that it repeats, which may have been before our time.
         const bool swallow = isSwallowed(event.key);
         removeTail();
-        if (swallow && guarding_)
+        // Whoever watches for keys that are held together wants to know also where nothing is swallowed.
+        if (swallow ? guarding_ : installed_->contains({event.key, event.modifiers}))
             offer(event);
         return swallow;
     }

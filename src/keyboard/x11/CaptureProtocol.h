@@ -34,6 +34,7 @@ struct GrabbedKey {
     std::uint8_t modifiers = 0; ///< before the event, without lock modifiers
     bool isModifier = false;    ///< the key itself is a modifier
     bool isOurs = false;        ///< posted by this program
+    bool isSynthetic = false;   ///< posted by some program
     bool isCore = false;        ///< came through a grab of the core protocol
     bool isPosting = false;     ///< keys that this program posts are on their way
     std::uint32_t time = 0;     ///< server time, milliseconds

@@ -1,6 +1,6 @@
 #include "keyboard/x11/XcbCaptureRequests.h"
 
-#include "keyboard/x11/XcbReply.h"
+#include "keyboard/notation/x11/XcbReply.h"
 
 #include <xcb/xcbext.h>
 #include <xcb/xinput.h>
@@ -81,6 +81,15 @@ void XcbCaptureRequests::grabCore(GrabCombination combination) {
         // A checked request has no reply of its own to poll for; the refusal is found by `collectReplies`.
         awaited_.push_back({cookie.sequence, combination, true});
     }
+}
+
+bool XcbCaptureRequests::isFreeOfCoreGrabs(GrabCombination combination) const {
+    if (std::find(byCore_.begin(), byCore_.end(), combination) != byCore_.end())
+        return true; // ours
+    const auto attempt = xcb_grab_key_checked(target_.connection, 0, target_.root, combination.modifiers,
+                                              combination.key, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    xcb_ungrab_key(target_.connection, combination.key, target_.root, combination.modifiers);
+    return !XcbOwned<xcb_generic_error_t>(xcb_request_check(target_.connection, attempt));
 }
 
 bool XcbCaptureRequests::collectReplies() {

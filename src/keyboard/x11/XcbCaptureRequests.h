@@ -31,6 +31,9 @@ public:
     /// Finds out whether one grab of every key is granted, or the guard must be made of single keys because
     /// another program has XInput grabs of its own. The connection is idle meanwhile.
     void testGuard();
+    /// Whether no other program has grabbed this combination by the core protocol, as window managers and
+    /// input methods do: a key that we hand on passes such a grab by. Waits for the server.
+    [[nodiscard]] bool isFreeOfCoreGrabs(GrabCombination combination) const;
     /// Looks for refusals among the replies that have come; true when `refused()` has changed.
     bool collectReplies();
     /// Whether more of them are to come.

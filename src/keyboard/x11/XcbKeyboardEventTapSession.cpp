@@ -14,6 +14,9 @@ public:
     void enable() override { tap_->enable(); }
     void invalidate() override { tap_->invalidate(); }
     void setInterest(const KeyInterest& interest) override { tap_->setInterest(interest); }
+    [[nodiscard]] std::optional<PanicKeySet> panicKeysHeldByHand() const override {
+        return tap_->panicKeysHeldByHand();
+    }
     [[nodiscard]] std::string trouble() const override { return tap_->trouble(); }
     [[nodiscard]] bool isKeyboardHeldElsewhere() const override { return tap_->isKeyboardHeldElsewhere(); }
 

@@ -1,7 +1,7 @@
 #include "keyboard/x11/XcbServer.h"
 
 #include "base/Localized.h"
-#include "keyboard/x11/XcbReply.h"
+#include "keyboard/notation/x11/XcbReply.h"
 
 #include <algorithm>
 #include <iterator>
@@ -152,6 +152,13 @@ bool XcbServer::isAnyKeyDown() const {
     const XcbOwned<xcb_query_keymap_reply_t> reply(xcb_query_keymap_reply(c, xcb_query_keymap(c), nullptr));
     return reply && std::any_of(std::begin(reply->keys), std::end(reply->keys),
                                 [](std::uint8_t keys) { return keys != 0; });
+}
+
+std::optional<KeyboardDevices::KeySet> XcbServer::keysHeldByHand() const {
+    KeyboardDevices keyboards;
+    keyboards.find(connection.get());
+    const auto down = keyboards.downKeys(connection.get());
+    return down ? std::optional(down->touched) : std::nullopt;
 }
 
 void XcbServer::setLocks(std::uint8_t mask, std::uint8_t locks) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "keyboard/notation/x11/KeyboardDevices.h"
 #include "keyboard/x11/KeyboardMap.h"
 
 #include <xcb/xcb.h>
@@ -7,6 +8,7 @@
 #include <cstdint>
 #include <expected>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace varnel {
@@ -39,6 +41,8 @@ struct XcbServer {
     void waitForRequests() const;
     /// As far as the server has seen; waits for its answer.
     [[nodiscard]] bool isAnyKeyDown() const;
+    /// What the keyboards that people touch say is down, whoever has grabbed them. Waits for the server.
+    [[nodiscard]] std::optional<KeyboardDevices::KeySet> keysHeldByHand() const;
     /// Sets the locks of `mask` to what they are in `locks`.
     void setLocks(std::uint8_t mask, std::uint8_t locks) const;
 };

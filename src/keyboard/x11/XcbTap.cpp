@@ -1,6 +1,6 @@
 #include "keyboard/x11/XcbTap.h"
 
-#include "keyboard/x11/XcbReply.h"
+#include "keyboard/notation/x11/XcbReply.h"
 
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -8,14 +8,9 @@
 namespace varnel {
 namespace {
 
-constexpr std::size_t kCachedPlans = 4;
 constexpr std::size_t kMaximumReconnections = 5;
 constexpr Duration kReconnectionWindow = 20s;
-constexpr Duration kReissueSoon = 100ms;
-constexpr Duration kReissueLater = 1s;
 constexpr Duration kTailTime = 1s;
-constexpr Duration kFirstRetry = 100ms;
-constexpr Duration kLongestRetry = 10s;
 /// Longer than fast typing leaves between two keys, and shorter than it takes to open a menu.
 constexpr Duration kIdleGrabTime = 250ms;
 
@@ -63,6 +58,7 @@ void XcbTap::attach(XcbServer server) {
     requests_.testGuard();
     requests_.setMap(server_.loadMap());
     plans_.clear();
+    findFreePanicKeys();
     clock_ = {};
     protocol_.emplace(requests_, *this);
     const int descriptor = xcb_get_file_descriptor(server_.connection.get());
@@ -148,67 +144,6 @@ void XcbTap::setSocket(int descriptor) {
     socket_ = descriptor;
 }
 
-void XcbTap::setInterest(const KeyInterest& interest) {
-    interest_ = interest;
-    if (enabled_ && !invalidated_)
-        applyInterest();
-}
-
-void XcbTap::waitUntilInForce() {
-    // What is refused is asked for in another way, once.
-    bool changed = false;
-    do {
-        server_.waitForRequests();
-        changed = requests_.collectReplies() || changed;
-    } while (requests_.awaitsReplies());
-    if (changed)
-        refusalsChanged();
-}
-
-void XcbTap::refusalsChanged() {
-    publishTrouble();
-    refusalsRetry_.reset();
-    if (!requests_.refused().empty())
-        retryRefusedAfter(kFirstRetry);
-}
-
-void XcbTap::retryRefusedAfter(Duration time) {
-    refusalsRetry_ = loop_.after(time, [weak = weak_from_this(), time] {
-        const auto self = weak.lock();
-        if (!self || !self->protocol_)
-            return;
-        // While the guard is there everything would be granted.
-        if (!self->protocol_->holdsKeyboard())
-            self->requests_.retryRefused();
-        self->retryRefusedAfter(std::min(3 * time, kLongestRetry));
-    });
-}
-
-void XcbTap::applyInterest() {
-    if (!protocol_)
-        return;
-    const bool watches = interest_.mode == KeyInterest::Mode::watch;
-    protocol_->setInterest(interest_.mode, watches ? planFor(interest_.tokens) : nullptr);
-    if (depth_ > 0)
-        return;
-    if (watches)
-        idleGrabTimer_.reset(); // nobody types a next step any more
-    followUp();
-}
-
-std::shared_ptr<const GrabPlan>
-XcbTap::planFor(const std::shared_ptr<const std::vector<std::string>>& tokens) {
-    if (!tokens)
-        return nullptr;
-    for (const CachedPlan& cached : plans_)
-        if (cached.tokens == tokens)
-            return cached.plan;
-    plans_.push_front({tokens, std::make_shared<const GrabPlan>(requests_.map().plan(*tokens))});
-    if (plans_.size() > kCachedPlans)
-        plans_.pop_back();
-    return plans_.front().plan;
-}
-
 void XcbTap::wake() {
     drain();
 }
@@ -289,9 +224,10 @@ void XcbTap::handleKey(const xcb_input_key_press_event_t& event) {
                    .isPress = event.event_type == XCB_INPUT_KEY_PRESS,
                    .isRepeat = (event.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT) != 0,
                    .modifiers = requests_.map().withoutLocks(event.mods.effective),
+                   .isSynthetic = event.sourceid == server_.postingDevice,
                    .time = event.time,
                    .settled = requests_.settled(event.full_sequence)};
-    key.isOurs = event.sourceid == server_.postingDevice && options_.ledger != nullptr &&
+    key.isOurs = key.isSynthetic && options_.ledger != nullptr &&
                  options_.ledger->take({.key = key.key, .isPress = key.isPress});
     answer(key, static_cast<std::uint8_t>(event.mods.locked));
 }
@@ -318,6 +254,8 @@ void XcbTap::answer(GrabbedKey event, std::uint8_t locked) {
     frozen_ = true;
     {
         const Depth depth(depth_);
+        if (event.isOurs && event.isPress)
+            tellOwnKey(event);
         requests_.checkReplies(false);
         protocol_->handle(event);
         requests_.checkReplies(true);
@@ -419,7 +357,8 @@ TapVerdict XcbTap::offer(const GrabbedKey& event) {
     KeyboardEvent translated{.keyCode = map.keyCode(event.key),
                              .flags = map.flags(event.modifiers),
                              .isRepeat = event.isRepeat,
-                             .time = clock_.translate(event.time, loop_.now())};
+                             .time = clock_.translate(event.time, loop_.now()),
+                             .isSynthetic = event.isSynthetic};
     if (event.isModifier) {
         translated.type = KeyboardEvent::Type::flagsChanged;
         translated.isRepeat = false;
@@ -431,6 +370,16 @@ TapVerdict XcbTap::offer(const GrabbedKey& event) {
     TapVerdict verdict = TapVerdict::pass;
     call(translated, verdict);
     return verdict;
+}
+
+void XcbTap::tellOwnKey(const GrabbedKey& event) {
+    TapVerdict ignored{};
+    call({.type = KeyboardEvent::Type::postedByUs,
+          .keyCode = requests_.map().keyCode(event.key),
+          .flags = requests_.map().flags(event.modifiers),
+          .isRepeat = false,
+          .time = clock_.translate(event.time, loop_.now())},
+         ignored);
 }
 
 void XcbTap::offerTapRelease(std::uint8_t key, std::uint32_t time) {
@@ -458,38 +407,6 @@ void XcbTap::call(const KeyboardEvent& event, TapVerdict& verdict) {
         verdict = callback_(event);
 }
 
-void XcbTap::scheduleReissue(bool managerChanged) {
-    managerChanged_ = managerChanged_ || managerChanged;
-    const std::weak_ptr<XcbTap> weak = weak_from_this();
-    const auto task = [weak] {
-        if (const auto self = weak.lock())
-            self->reissue();
-    };
-    // Window managers grab again after the same notice; ours have to come after theirs.
-    reissueSoon_ = loop_.after(kReissueSoon, task);
-    reissueLater_ = loop_.after(kReissueLater, task);
-}
-
-void XcbTap::reissue() {
-    if (!protocol_ || invalidated_)
-        return;
-    if (managerChanged_ && !protocol_->holdsKeyboard()) {
-        managerChanged_ = false;
-        requests_.testGuard();
-    }
-    KeyboardMap map = server_.loadMap();
-    const bool afresh = map != requests_.map();
-    if (afresh) {
-        requests_.setMap(map);
-        plans_.clear();
-    }
-    applyInterest();
-    protocol_->reissue(afresh);
-    followUp();
-    // The replies that were waited for may have brought events along.
-    drain();
-}
-
 void XcbTap::connectionBroke() {
     detach();
     loop_.post([weak = weak_from_this()] {
@@ -515,33 +432,6 @@ void XcbTap::reconnect() {
     publishTrouble();
     if (options_.onConnectionLost)
         options_.onConnectionLost();
-}
-
-bool XcbTap::isKeyboardHeldElsewhere() const {
-    // Our own guard only waits for keys; it holds nobody else off.
-    return protocol_ && server_.isHeldByOther();
-}
-
-std::string XcbTap::trouble() const {
-    if (lost_)
-        return "the X server is gone";
-    if (!protocol_)
-        return "the connection to the X server was cut";
-    if (!protocol_->holdsKeyboard() && isKeyboardHeldElsewhere())
-        return "another program holds the keyboard";
-    std::string refused;
-    for (const GrabCombination combination : requests_.refused())
-        refused += (refused.empty() ? "" : ", ") + requests_.map().spelling(combination);
-    return refused.empty() ? "" : "another program holds " + refused;
-}
-
-void XcbTap::publishTrouble() {
-    if (!options_.onTroubleChanged)
-        return;
-    loop_.post([weak = weak_from_this()] {
-        if (const auto self = weak.lock(); self && !self->invalidated_)
-            self->options_.onTroubleChanged();
-    });
 }
 
 } // namespace varnel

@@ -34,6 +34,7 @@ public:
     void setInterest(const KeyInterest& interest);
     [[nodiscard]] std::string trouble() const;
     [[nodiscard]] bool isKeyboardHeldElsewhere() const;
+    [[nodiscard]] std::optional<PanicKeySet> panicKeysHeldByHand() const;
 
     TapVerdict offer(const GrabbedKey& event) override;
     void offerTapRelease(std::uint8_t key, std::uint32_t time) override;
@@ -57,12 +58,16 @@ private:
     void handleCoreKey(const xcb_key_press_event_t& event);
     void handleRaw(const xcb_input_raw_key_press_event_t& event);
     void answer(GrabbedKey event, std::uint8_t locked);
+    void tellOwnKey(const GrabbedKey& event);
 
     void waitUntilInForce();
     void refusalsChanged();
     void retryRefusedAfter(Duration time);
     void applyInterest();
-    std::shared_ptr<const GrabPlan> planFor(const std::shared_ptr<const std::vector<std::string>>& tokens);
+    std::shared_ptr<const GrabPlan> planFor(const KeyInterest& interest);
+    [[nodiscard]] std::vector<GrabCombination> panicCombinations() const;
+    bool findFreePanicKeys();
+    [[nodiscard]] std::vector<GrabCombination> refusedAndBound() const;
     void scheduleReissue(bool managerChanged);
     void reissue();
     void followUp();
@@ -88,9 +93,11 @@ private:
     ServerClock clock_;
     struct CachedPlan {
         std::shared_ptr<const std::vector<std::string>> tokens;
+        bool withPanicKeys;
         std::shared_ptr<const GrabPlan> plan;
     };
-    std::deque<CachedPlan> plans_; ///< the latest first
+    std::deque<CachedPlan> plans_;               ///< the latest first
+    std::vector<GrabCombination> freePanicKeys_; ///< panic chords that are nobody else's, sorted
     bool managerChanged_ = false;
     bool hadTail_ = false;
     std::uint8_t locksBefore_ = 0;
