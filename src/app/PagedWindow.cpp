@@ -179,7 +179,8 @@ void PagedWindow::enterRow(int index) {
 }
 
 void PagedWindow::search(const QString& text) {
-    enum Rank { inTitle, ofPage, inText, none };
+    // A page that only knows the word leads less far than a setting that does.
+    enum Rank { inTitle, ofPage, inText, inPageText, none };
     int best = -1;
     Rank bestRank = none;
     int pageRow = 0;
@@ -195,7 +196,7 @@ void PagedWindow::search(const QString& text) {
             continue;
         list_->item(pageRow)->setHidden(false);
         const bool isInTitle = containsWords(title, text);
-        const Rank rank = !isInTitle ? inText : row.entry ? inTitle : ofPage;
+        const Rank rank = isInTitle ? (row.entry ? inTitle : ofPage) : row.entry ? inText : inPageText;
         if (rank < bestRank) {
             bestRank = rank;
             best = index;

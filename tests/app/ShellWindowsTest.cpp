@@ -249,6 +249,28 @@ TEST(PagedWindow, MakesPagesWhenShownAndFindsThemByWhatIsOnThem) {
     EXPECT_EQ(made, 2);
 }
 
+TEST(PagedWindow, LeadsToTheSettingRatherThanToThePageThatKnowsTheWord) {
+    const std::vector<SettingsEntry> entries{{"start", "Start at login", "autostart"},
+                                             {"editor", "General editor", {}}};
+    PagedWindow window("Settings", {{"general", "General", "launch autostart editor",
+                                     [] { return std::make_unique<QLabel>("page"); }, entries}});
+    window.present();
+    const struct {
+        const char* typed;
+        const char* title;
+    } rows[] = {{"autostart", "Start at login"},
+                {"launch", "General"},
+                {"general", "General editor"},
+                {"editor", "General editor"}};
+    auto* list = window.findChild<QListWidget*>();
+    auto* search = window.findChild<QLineEdit*>();
+    for (const auto& row : rows) {
+        search->clear();
+        QTest::keyClicks(search, row.typed);
+        EXPECT_EQ(list->currentItem()->text().trimmed().toStdString(), row.title) << row.typed;
+    }
+}
+
 struct FakeLogin final : LaunchAtLogin {
     LaunchAtLoginState now;
     std::string refusal;

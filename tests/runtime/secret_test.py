@@ -134,7 +134,7 @@ class Secret(unittest.TestCase):
     def search_memory(self, pid):
         memory = writable_memory(pid)
         self.assertIn(b"marker-of-this-test", memory, "the search finds what is there")
-        self.assertEqual(traces(memory + b"s e s a m", "sesam"), [2], "and also what is scattered")
+        self.assertIn(2, traces(memory + b"s e s a m", "sesam"), "and also what is scattered")
         self.assertEqual(traces(memory, PASSWORD), [], "memory")
         self.assertEqual(traces(memory, PASSWORD[5:13]), [], "a part of it in memory")
 
