@@ -193,9 +193,12 @@ TEST_F(OwnKeysLive, SetsOffNoOtherTriggerWhileTheUsersOwnKeysDo) {
 TEST_F(OwnKeysLive, TellsItsKeysFromATypistsWhileASequenceIsOpen) {
     constexpr KeyCode kX = 7, kK = 40;
     constexpr int kPosts = 300, kKeysOfOne = 10;
-    std::map<KeyCode, int> captured;
+    std::map<KeyCode, int> captured, own;
     const auto session = taps.createSession([&](const KeyboardEvent& event) {
-        captured[event.keyCode] += event.isRepeat ? 0 : 1;
+        if (event.type == KeyboardEvent::Type::postedByUs)
+            ++own[event.keyCode];
+        else
+            captured[event.keyCode] += event.isRepeat ? 0 : 1;
         return TapVerdict::swallow;
     });
     ASSERT_TRUE(session);
@@ -226,6 +229,7 @@ TEST_F(OwnKeysLive, TellsItsKeysFromATypistsWhileASequenceIsOpen) {
     EXPECT_EQ(window.releases(key::k), kPosts * kKeysOfOne);
     EXPECT_EQ(window.presses(key::x), 0);
     EXPECT_EQ(captured, (std::map<KeyCode, int>{{kX, typed}}));
+    EXPECT_EQ(own, (std::map<KeyCode, int>{{kK, kPosts * kKeysOfOne}}));
     EXPECT_GT(typed, kPosts);
     session->invalidate();
 }

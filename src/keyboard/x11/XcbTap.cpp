@@ -254,7 +254,7 @@ void XcbTap::answer(GrabbedKey event, std::uint8_t locked) {
     frozen_ = true;
     {
         const Depth depth(depth_);
-        if (event.isOurs && event.isPress)
+        if (event.isOurs && event.isPress && !event.isModifier)
             tellOwnKey(event);
         requests_.checkReplies(false);
         protocol_->handle(event);
