@@ -262,6 +262,7 @@ class Displays(RunTest):
         self.assertIsNone(first.process.poll())
 
 
+@unittest.skipIf("TSAN_OPTIONS" in os.environ, "the thread sanitizer wakes up by itself")
 class Idling(RunTest):
     def test_nothing_wakes_it_while_nothing_happens(self):
         running = self.start(item(["ctrl+j", "m"], action=self.action("one")), item(["cmd", "g"],
