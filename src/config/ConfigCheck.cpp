@@ -1,5 +1,6 @@
 #include "config/ConfigCheck.h"
 
+#include "base/JSONReader.h"
 #include "base/JSONStream.h"
 #include "base/Localized.h"
 #include "config/ConfigDamage.h"
@@ -13,7 +14,7 @@ namespace {
 
 Diagnostic loadFailure(std::string_view text, const ConfigDecodingError& error) {
     const ConfigFault& fault = error.leading();
-    const bool isJSON = !fault.path.empty() || error.cause;
+    const bool isJSON = readJSON(text).has_value();
     Diagnostic failure = makeDiagnostic(isJSON ? RuleID::invalidConfiguration : RuleID::invalidJSON,
                                         describe(fault), describe(fault.path), fault.position);
     const auto damage = isJSON ? findMisspelledMember(text, fault) : findBrokenText(text, fault.position);

@@ -52,6 +52,7 @@ TEST(ConfigCheck, ReportsATextThatDoesNotLoadAsOneError) {
               "(line 2, column 10) [invalid-configuration]");
     EXPECT_EQ(found[0].path, "items[0].name");
     EXPECT_EQ(checkDocument("[", CheckSurroundings{}).at(0).code, "invalid-json");
+    EXPECT_EQ(checkDocument("5", CheckSurroundings{}).at(0).code, "invalid-configuration");
 }
 
 TEST(ConfigCheck, FindsTriggersThatCollideOrCannotBeUsed) {
