@@ -32,10 +32,15 @@ PanelTable systemPanel() {
         .mainScreenCenter =
             [] {
                 @autoreleasepool {
-                    // The platform counts from the lower left corner of the first screen.
+                    // The platform counts from the lower left corner of the first screen, which is at 0, 0.
                     const NSRect main = NSScreen.mainScreen.frame;
-                    const double height = NSMaxY(NSScreen.screens.firstObject.frame);
-                    return std::pair<double, double>(NSMidX(main), height - NSMidY(main));
+                    NSRect first = main;
+                    for (NSScreen* screen in NSScreen.screens)
+                        if (screen.frame.origin.x == 0 && screen.frame.origin.y == 0)
+                            first = screen.frame;
+                    return std::pair<double, double>(main.origin.x + main.size.width / 2,
+                                                     first.size.height - main.origin.y -
+                                                         main.size.height / 2);
                 }
             },
         .translateKey = translateKey};

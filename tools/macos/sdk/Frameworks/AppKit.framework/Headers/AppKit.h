@@ -56,6 +56,7 @@ typedef NSInteger NSWindowAnimationBehavior;
 typedef CGRect NSRect;
 @interface NSScreen : NSObject
 @property(class, nonnull, readonly, copy) NSArray<NSScreen *> *screens;
+@property(class, readonly, nullable) NSScreen *mainScreen;
 @property(readonly) NSRect frame;
 @property(readonly) NSRect visibleFrame;
 @end
