@@ -13,7 +13,7 @@ BINARIES = pathlib.Path(os.environ["VARNEL_BINARY_DIR"])
 SOURCES = pathlib.Path(os.environ["VARNEL_SOURCE_DIR"])
 STAGE = str(BINARIES / "overlay_stage")
 DARK_GROUND = (30, 32, 38)
-IS_SANITIZED = any("SAN_OPTIONS" in name for name in os.environ) or os.environ.get("VARNEL_SANITIZED") == "1"
+IS_SANITIZED = any(name in pathlib.Path(STAGE).read_bytes() for name in (b"__asan_init", b"__tsan_init"))
 
 
 def eventually(condition, seconds=10):
