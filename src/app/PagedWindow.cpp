@@ -34,7 +34,10 @@ public:
     explicit FoundMark(QWidget& found)
         : QWidget(found.parentWidget()) {
         setAttribute(Qt::WA_TransparentForMouseEvents);
-        setGeometry(found.geometry().adjusted(kMarkInset, kMarkInset, -kMarkInset, -kMarkInset));
+        // Within the room around what was found; where it has none of its own, outside.
+        const bool hasRoom = found.layout() && found.layout()->contentsMargins().left() > kMarkInset;
+        const int inset = hasRoom ? kMarkInset : -2 * kMarkInset;
+        setGeometry(found.geometry().adjusted(inset, inset, -inset, -inset));
         QTimer::singleShot(kMarkTime, this, &QObject::deleteLater);
         show();
         raise();
