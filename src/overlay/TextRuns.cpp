@@ -1,7 +1,9 @@
 #include "overlay/TextRuns.h"
 
 #include <QPainter>
+#include <QTextLayout>
 
+#include <algorithm>
 #include <cmath>
 
 namespace varnel {
@@ -10,6 +12,15 @@ namespace {
 /// More than most configurations show; choices could bring new texts for ever.
 constexpr std::size_t kMostRuns = 1000;
 
+/// Letters that come from another font may be taller than this one's.
+double ascentOf(const QString& text, const QFont& font) {
+    QTextLayout layout(text, font);
+    layout.beginLayout();
+    const QTextLine line = layout.createLine();
+    layout.endLayout();
+    return line.isValid() ? line.ascent() : 0;
+}
+
 } // namespace
 
 int TextRuns::width(const std::string& text) const {
@@ -17,13 +28,13 @@ int TextRuns::width(const std::string& text) const {
 }
 
 void TextRuns::paint(QPainter& painter, double x, double middle, const std::string& text, int space) const {
-    const QPointF corner(x, std::round(middle - metrics_.height() / 2.0));
     const Run& known = run(text);
+    const QPointF start(x, std::round(middle - metrics_.height() / 2.0) + metrics_.ascent());
     painter.setFont(font_);
     if (known.width <= space)
-        return painter.drawStaticText(corner, known.text);
+        return painter.drawStaticText(start - QPointF(0, known.ascent), known.text);
     const QString shortened = metrics_.elidedText(QString::fromStdString(text), Qt::ElideRight, space);
-    painter.drawText(corner + QPointF(0, metrics_.ascent()), shortened);
+    painter.drawText(start, shortened);
 }
 
 const TextRuns::Run& TextRuns::run(const std::string& text) const {
@@ -31,9 +42,13 @@ const TextRuns::Run& TextRuns::run(const std::string& text) const {
         runs_.clear();
     const auto [entry, isNew] = runs_.try_emplace(text);
     if (isNew) {
+        const bool isASCII =
+            std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+        const QString whole = QString::fromStdString(text);
+        entry->second.ascent = isASCII ? metrics_.ascent() : ascentOf(whole, font_);
         QStaticText& glyphs = entry->second.text;
         glyphs.setTextFormat(Qt::PlainText);
-        glyphs.setText(QString::fromStdString(text));
+        glyphs.setText(whole);
         glyphs.prepare(QTransform(), font_);
         entry->second.width = static_cast<int>(std::lround(glyphs.size().width()));
     }

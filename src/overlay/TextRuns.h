@@ -28,6 +28,7 @@ private:
     struct Run {
         QStaticText text;
         int width = 0;
+        double ascent = 0; ///< from the upper edge to the line that letters stand on
     };
     const Run& run(const std::string& text) const;
 
