@@ -81,6 +81,7 @@ private:
 
     void reportUnknownPlugin(std::size_t index, const ConfigAction& action) {
         std::vector<std::string> plugins;
+        plugins.reserve(plugins_.size());
         for (const auto& [id, actions] : plugins_)
             plugins.push_back(id);
         findings_.addForItem(RuleID::unknownAction, index, {"action", "pluginID"},

@@ -167,6 +167,7 @@ private:
         if (parameter.choices.empty() || (value && isChoice(parameter, *value)))
             return;
         std::vector<std::string> choices;
+        choices.reserve(parameter.choices.size());
         for (const JSONValue& choice : parameter.choices)
             choices.push_back(plain(choice));
         const std::string given = value ? plain(*value) : "null";

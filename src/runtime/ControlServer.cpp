@@ -22,7 +22,7 @@ namespace varnel {
 
 namespace {
 
-constexpr std::size_t kMaximumRequest = 64 * 1024;
+constexpr std::size_t kMaximumRequest = std::size_t{64} * 1024;
 constexpr std::size_t kMaximumClients = 16;
 constexpr Duration kClientPatience = 2s;
 constexpr Duration kAnswerPatience = 30s;

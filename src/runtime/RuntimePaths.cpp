@@ -21,7 +21,7 @@ std::string folder(const RuntimePaths::Variable& variable, const char* name) {
 }
 
 /// Without the screen, which makes no difference to the keyboard: ":1.0" is ":1".
-std::string withoutScreen(std::string display) {
+std::string withoutScreen(const std::string& display) {
     std::size_t colon = display.rfind(':');
     std::size_t dot = colon == std::string::npos ? colon : display.find('.', colon);
     return display.substr(0, dot);

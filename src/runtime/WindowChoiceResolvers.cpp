@@ -22,6 +22,7 @@ std::string_view alphabetOf(const ConfigItem& item) {
 
 void setLabels(DynamicChoiceList& list, LabelKeeper& keeper, const ConfigItem& item) {
     std::vector<std::string> identifiers;
+    identifiers.reserve(list.choices.size());
     for (const DynamicChoice& choice : list.choices)
         identifiers.push_back(choice.id);
     auto labels = keeper.labels(identifiers, alphabetOf(item));

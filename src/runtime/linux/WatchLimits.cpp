@@ -26,9 +26,8 @@ DoctorWatchLimits readWatchLimits(const std::string& folder) {
     DoctorWatchLimits limits{
         .watches = limit("max_user_watches"), .instances = limit("max_user_instances"), .error = {}};
     const UniqueFd queue(::inotify_init1(IN_CLOEXEC));
-    if (queue.get() < 0)
-        limits.error = std::strerror(errno);
-    else if (::inotify_add_watch(queue.get(), folder.c_str(), IN_MOVED_TO) < 0 && errno == ENOSPC)
+    if (queue.get() < 0 ||
+        (::inotify_add_watch(queue.get(), folder.c_str(), IN_MOVED_TO) < 0 && errno == ENOSPC))
         limits.error = std::strerror(errno);
     return limits;
 }

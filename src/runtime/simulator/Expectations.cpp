@@ -173,6 +173,7 @@ std::string whatHappenedInstead(const Expectation& expected, const Outcome& outc
     if (outcome.runs.empty())
         return describeNothing(outcome, expected);
     std::vector<std::string> runs;
+    runs.reserve(outcome.runs.size());
     for (const Outcome::Run& run : outcome.runs)
         runs.push_back(describeRun(run, expected));
     return join(runs, ", ");

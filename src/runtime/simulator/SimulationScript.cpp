@@ -238,7 +238,9 @@ std::expected<std::vector<Statement>, ScriptError> parseScript(std::string_view 
         auto action = parseStatement(verb, rest);
         if (action && !rest.empty())
             action = fail(localized("unexpected '%1'", {rest}));
-        if (action && (total += lengthOf(*action)) > kLongestScript)
+        if (action)
+            total += lengthOf(*action);
+        if (total > kLongestScript && action)
             action = fail(localized("the script takes too long"));
         if (!action)
             return std::unexpected(ScriptError{number, action.error()});
