@@ -66,7 +66,10 @@ void BusSessionWatch::start(std::function<void(SessionEvent)> observer) {
 
 void BusSessionWatch::connectToLoginManager() {
     const auto again = [this] {
+        const bool isRefused = login_ && !login_->isWelcome();
         login_.reset();
+        if (isRefused)
+            return; // and will be every time
         loginRetry_ = loop_.after(patience_, [this] { connectToLoginManager(); });
         patience_ = std::min(patience_ * 2, kSlowestRetry);
     };

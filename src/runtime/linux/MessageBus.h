@@ -31,6 +31,8 @@ public:
     MessageBus(const MessageBus&) = delete;
     MessageBus& operator=(const MessageBus&) = delete;
 
+    /// Whether the bus has let us in.
+    [[nodiscard]] bool isWelcome() const { return isGreeted_; }
     /// Asks; `answered` hears a reply or an error. A call that is never answered is forgotten with the bus.
     void call(BusMessage message, Handler answered = {});
     /// Has the signals delivered that fit: "type='signal',interface='…'".
