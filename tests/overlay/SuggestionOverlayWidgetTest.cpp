@@ -154,6 +154,45 @@ TEST_F(SuggestionOverlayWidgetTest, CutsItsCornersWhereNobodyBlendsWindows) {
     EXPECT_EQ(picture().pixelColor(0, 0).alpha(), 0);
 }
 
+TEST(WrappedText, BreaksIntoFewLinesOfAboutTheSameLength) {
+    const QFont font;
+    const QFontMetrics metrics(font);
+    const QString words = QStringLiteral("one two three four five six seven eight nine ten");
+    const int all = metrics.horizontalAdvance(words);
+    const struct {
+        QString text;
+        int enough, most, mostLines;
+        qsizetype lines;
+        bool isWhole;
+    } cases[] = {
+        {words, 1, all * 2, 1, 1, true},
+        {words, 1, all * 2, 3, 3, true}, // as narrow as three lines allow
+        {words, all * 2 / 3, all * 2, 3, 2, true},
+        {words, 1, all / 4, 2, 2, false},
+        {QStringLiteral("選択範囲をウェブで検索する選択範囲をウェブで検索する"), 1, 5000, 2, 2, true},
+        {QString(300, QLatin1Char('x')), 1, 200, 3, 3, false},
+        {words, 1, 12, 2, 2, false},
+        {QString(), 1, 100, 2, 0, true},
+    };
+    for (const auto& c : cases) {
+        const WrappedText wrapped = wrapText(c.text, font, c.enough, c.most, c.mostLines);
+        EXPECT_LE(wrapped.lines.size(), std::max<qsizetype>(c.lines, 1)) << c.text.toStdString();
+        EXPECT_GE(wrapped.lines.size(), c.lines) << c.text.toStdString();
+        const auto letters = [](QString text) { return text.remove(QLatin1Char(' ')); };
+        EXPECT_EQ(letters(wrapped.lines.join(QString())) == letters(c.text), c.isWhole)
+            << c.text.toStdString();
+        EXPECT_LE(wrapped.width, c.lines == 3 && c.isWhole ? all / 2 : c.most) << c.text.toStdString();
+    }
+}
+
+TEST_F(SuggestionOverlayWidgetTest, GrowsDownwardsForAMessageRatherThanSideways) {
+    widget.show(test::scene("rows3"), light());
+    const QSize plain = widget.picture()->size();
+    widget.show(test::scene("frozen"), light()); // the same rows
+    EXPECT_LT(widget.picture()->size().width(), plain.width() * 3 / 2);
+    EXPECT_GT(widget.picture()->size().height(), plain.height());
+}
+
 } // namespace
 } // namespace varnel
 
