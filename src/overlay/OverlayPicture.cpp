@@ -50,7 +50,7 @@ OverlayPicture::OverlayPicture(SuggestionOverlayState state, const OverlayStyle&
     const int mostWidth = space.width - padding * 2;
     const int rowsWidth = rows_.size.width;
     if (!state_.message.empty())
-        message_ = wrapMessage(std::max(rowsWidth, style.em * (isAlone ? 4 : 13)), mostWidth);
+        message_ = wrapMessage(std::max(rowsWidth, style.em * (isAlone ? 4 : 15)), mostWidth);
     const int footerWidth =
         message_.width + (message_.width > 0 && markWidth_ > 0 ? style.em * 2 : 0) + markWidth_;
     // Long titles do not make the window wider than a readable line.

@@ -41,7 +41,10 @@ WrappedText wrapText(const QString& text, const QFont& font, int enoughWidth, in
             tooNarrow = width;
         }
     }
-    if (wrapped.lines.size() > mostLines) {
+    const auto count = static_cast<int>(wrapped.lines.size());
+    if (count > 1 && count <= mostLines && enoughWidth > 1)
+        return wrapText(text, font, 1, wideEnough, count); // no last line of a single word
+    if (count > mostLines) {
         const QStringList rest = wrapped.lines.mid(mostLines - 1);
         wrapped.lines = wrapped.lines.mid(0, mostLines - 1);
         wrapped.lines.append(metrics.elidedText(rest.join(QLatin1Char(' ')), Qt::ElideRight, mostWidth));
