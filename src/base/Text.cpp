@@ -236,17 +236,16 @@ std::string singleLine(std::string_view text, std::size_t limit) {
     return out;
 }
 
+std::string nearestOfAll(std::string_view word, const std::vector<std::string>& candidates) {
+    const auto found = std::ranges::min_element(
+        candidates, {}, [&](const auto& candidate) { return distance(word, candidate); });
+    return found == candidates.end() ? "" : *found;
+}
+
 std::string nearest(std::string_view word, const std::vector<std::string>& candidates) {
-    const std::size_t allowed = std::max<std::size_t>(1, word.size() / 3);
-    std::size_t best = allowed + 1;
-    std::string found;
-    for (const std::string& candidate : candidates) {
-        if (const std::size_t steps = distance(word, candidate); steps < best && steps < candidate.size()) {
-            best = steps;
-            found = candidate;
-        }
-    }
-    return found;
+    std::string found = nearestOfAll(word, candidates);
+    const std::size_t steps = distance(word, found);
+    return steps <= std::max<std::size_t>(1, word.size() / 3) && steps < found.size() ? found : "";
 }
 
 } // namespace varnel

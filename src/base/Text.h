@@ -21,7 +21,9 @@ std::string join(const std::vector<std::string>& parts, std::string_view separat
 /// One readable line of at most `limit` characters: control characters, line breaks and terminal escape sequences are removed
 /// (line breaks become a space), an ellipsis marks the cut.
 std::string singleLine(std::string_view text, std::size_t limit);
-/// The candidate nearest to `word` by edit distance, when it is near enough to be a typing mistake; else empty.
+/// The candidate nearest to `word` by edit distance, the first of several; empty when there is none at all.
+std::string nearestOfAll(std::string_view word, const std::vector<std::string>& candidates);
+/// The same, when it is near enough to be a typing mistake; else empty.
 std::string nearest(std::string_view word, const std::vector<std::string>& candidates);
 
 } // namespace varnel

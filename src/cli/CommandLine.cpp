@@ -20,7 +20,7 @@ std::string quoted(std::string_view text) {
 
 /// "unknown option '--jsn'; did you mean '--json'?"
 UsageError unknown(const std::string& message, std::string_view word, const std::vector<std::string>& known) {
-    std::string near = nearest(word, known);
+    const std::string near = nearestOfAll(word, known);
     return {near.empty() ? message : localized("%1; did you mean '%2'?", {message, near})};
 }
 

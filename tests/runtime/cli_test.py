@@ -40,7 +40,7 @@ class Usage(VerbTest):
     def test_wrong_calls_name_what_is_wrong_and_the_nearest_that_exists(self):
         rows = [
             (["chek"], "did you mean 'check'"),
-            (["xylophone"], "unknown verb 'xylophone'"),
+            (["xylophone"], "unknown verb 'xylophone'; did you mean '"),
             (["check", "--jsn"], "did you mean '--json'"),
             (["labels"], "needs N"),
             (["labels", "3", "4"], "unexpected argument '4'"),

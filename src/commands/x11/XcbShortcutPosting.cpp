@@ -71,6 +71,7 @@ struct XcbShortcutPosting::State {
             before = event.flags;
         }
         std::vector<xcb_void_cookie_t> sent;
+        sent.reserve(made.size());
         for (const xcb_key_press_event_t& record : made)
             sent.push_back(xcb_send_event_checked(
                 typing.connection(), 1, window,

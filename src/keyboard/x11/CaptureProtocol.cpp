@@ -35,7 +35,9 @@ CaptureProtocol::CaptureProtocol(Requests& requests, Listener& listener)
     , installed_(emptyPlan()) {}
 
 void CaptureProtocol::setInterest(Mode mode, std::shared_ptr<const GrabPlan> plan) {
-    wanted_ = {mode, plan ? std::move(plan) : emptyPlan()};
+    if (!plan)
+        plan = emptyPlan();
+    wanted_ = {mode, std::move(plan)};
     if (offering_)
         return;
     applyInterest(nullptr);
