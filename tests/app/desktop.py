@@ -23,8 +23,10 @@ class Desktop:
         self.home = Home(self.display)
         self.environment = self.home.environment
         (self.home.path / "no-plugins").mkdir()
-        self.spawn("openbox", "--sm-disable")
-        eventually(lambda: "#" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"))
+        # It announces itself before it manages windows, and runs this afterwards.
+        managed = self.home.path / "managed"
+        self.spawn("openbox", "--sm-disable", "--startup", f"touch {managed}")
+        eventually(managed.exists)
         if panel:
             self.start_panel()
 

@@ -66,9 +66,10 @@ class OverlayLiveTest(unittest.TestCase):
         with os.fdopen(read) as display:
             self.environment = {**os.environ, "DISPLAY": ":" + display.readline().strip(),
                                 "XDG_RUNTIME_DIR": self.folder.name}
-        self.start("openbox", "--sm-disable")
-        self.assertTrue(eventually(lambda: "window id" in self.output(
-            "xprop", "-root", "_NET_SUPPORTING_WM_CHECK")), "no window manager")
+        # It announces itself before it manages windows, and runs this afterwards.
+        managed = pathlib.Path(self.folder.name, "managed")
+        self.start("openbox", "--sm-disable", "--startup", f"touch {managed}")
+        self.assertTrue(eventually(managed.exists), "no window manager")
 
     def start(self, *argv, **options):
         options.setdefault("stdout", subprocess.DEVNULL)

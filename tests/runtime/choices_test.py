@@ -97,8 +97,10 @@ class Windows(Choosing):
     def setUp(self):
         super().setUp()
         self.environment = {**os.environ, "DISPLAY": self.server.display, "HOME": str(self.home.path)}
-        self.run_beside("openbox", "--sm-disable")
-        self.assertTrue(eventually(lambda: "window id" in self.ask("xprop", "-root", "_NET_SUPPORTING_WM_CHECK")))
+        # It announces itself before it manages windows, and runs this afterwards.
+        managed = self.home.path / "managed"
+        self.run_beside("openbox", "--sm-disable", "--startup", f"touch {managed}")
+        self.assertTrue(eventually(managed.exists))
 
     def open_terminals(self, *classes):
         self.windows = set()
